@@ -1,0 +1,68 @@
+#ifndef QORUTILS_ROMSTORAGE_H
+#define QORUTILS_ROMSTORAGE_H
+
+#include <qorutils/qorutils_export.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QVariant>
+
+class QIODevice;
+class ROMStoragePrivate;
+
+/**
+ * One framed record in a board memory or file: a small checked header followed by a compact,
+ * language-neutral encoding of a QVariant payload (the layout is in docs/record-format.md).
+ *
+ * Reading constructs a ROMStorage from a device positioned at the frame; it reads the header and then
+ * exactly the payload length that the header announces, so a slow i2c memory is never read further
+ * than the record. The verdicts isValid(), looksBlank() and isEmpty() say what was found.
+ *
+ * Writing constructs a ROMStorage from a payload and calls saveTo(). Failures are thrown as QString.
+ */
+class QORUTILS_EXPORT ROMStorage
+{
+public:
+    enum {
+        HeaderSize = 12, ///< magic (4), version (1), flags (1), payload length (2), CRC-32 (4)
+        MaxPayloadSize = 65535, ///< the largest payload the 16-bit length field can announce
+        FormatVersion = 1
+    };
+
+    /** Reads one frame from @p dev, starting at its current position. */
+    explicit ROMStorage(QIODevice &dev);
+    /** A frame around @p payload, ready to be written. */
+    explicit ROMStorage(const QVariant &payload);
+    ~ROMStorage();
+
+    /** A complete frame was read: magic, version and CRC are right and the payload decodes completely. */
+    bool isValid() const;
+    /** The header bytes read are all 0xFF or all 0x00: an erased or never-written memory. */
+    bool looksBlank() const;
+    /** Not a single byte could be read. */
+    bool isEmpty() const;
+
+    /** The payload of a valid frame; an invalid QVariant otherwise. */
+    QVariant payload() const;
+
+    /**
+     * The whole frame as it would be written.
+     * @throws QString when the payload holds a type outside the format or is too large.
+     */
+    QByteArray frame() const;
+
+    /**
+     * Writes the frame at the device's current position. Writes nothing and throws a QString when the
+     * frame needs more than @p maxSize bytes; throws a QString with the device's error string when the
+     * device takes fewer bytes than asked. A QFile is flushed and synced to its storage before returning.
+     * @return the number of bytes written
+     */
+    int saveTo(QIODevice &dev, int maxSize) const;
+
+private:
+    ROMStorage(const ROMStorage &);
+    ROMStorage &operator=(const ROMStorage &);
+
+    ROMStoragePrivate *const d;
+};
+
+#endif
