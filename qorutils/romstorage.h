@@ -34,14 +34,20 @@ public:
     explicit ROMStorage(const QVariant &payload);
     ~ROMStorage();
 
-    /** A complete frame was read: magic, version and CRC are right and the payload decodes completely. */
+    /**
+     * A complete frame was read: magic, version, flags and CRC are right and the payload decodes
+     * completely. Whatever was read and is neither valid, blank nor empty is corrupted.
+     */
     bool isValid() const;
-    /** The header bytes read are all 0xFF or all 0x00: an erased or never-written memory. */
+    /** All header bytes could be read and are all 0xFF or all 0x00: an erased or never-written memory. */
     bool looksBlank() const;
-    /** Not a single byte could be read. */
+    /** Not a single byte could be read (an empty file, or a device not open for reading). */
     bool isEmpty() const;
 
-    /** The payload of a valid frame; an invalid QVariant otherwise. */
+    /**
+     * The payload of a valid frame, or the payload given to the constructor that builds a frame;
+     * an invalid QVariant otherwise.
+     */
     QVariant payload() const;
 
     /**
