@@ -1,0 +1,53 @@
+#ifndef QORHWINFO_SYSTEMTEST_SANDBOX_H
+#define QORHWINFO_SYSTEMTEST_SANDBOX_H
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QStringList>
+#include <QTemporaryDir>
+
+/** What a program run in the sandbox left: its exit status and both output streams. */
+struct SandboxResult
+{
+    bool finished = false;
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+
+    /** stdout as a JSON object; an empty object when it is none, with @p error saying why. */
+    QJsonObject json(QString *error = nullptr) const;
+    /** A line for failure messages: the exit status and stderr. */
+    QString describe() const;
+};
+
+/**
+ * One simulated unit on disk and the sandbox that shows it at the unit's real paths. The unit's file
+ * tree is built once, from a unit file, into a private directory that outlives each run, so that a test
+ * can run programs on the same unit again and look at the files they left.
+ */
+class Sandbox
+{
+public:
+    /** Exit status of qorsandbox when it could not set up the sandbox. */
+    static const int SetupFailed = 125;
+
+    Sandbox();
+
+    /** Builds the unit described by the unit file @p unitName (a name in the test's unit folder). */
+    SandboxResult build(const QString &unitName);
+    /** Runs @p program with @p arguments on the built unit. */
+    SandboxResult run(const QString &program, const QStringList &arguments = QStringList()) const;
+
+    /** Where a path of the unit, e.g. "/var/local/qorhwinfo/serial.cache", lies on the host. */
+    QString hostPath(const QString &unitPath) const;
+    QString root() const { return m_root.path(); }
+
+    static QString unitFile(const QString &unitName);
+
+private:
+    static SandboxResult execute(const QStringList &arguments);
+
+    QTemporaryDir m_root;
+};
+
+#endif
