@@ -59,6 +59,22 @@ QJsonArray candidatesOf(const Helper &helper)
     return candidates;
 }
 
+// Qt 5 seeds QHash per process, so the order of serials with equal votes is known only in this process:
+// a vote table built the same way, in the same vote order, walks them in the order discovery met them.
+QJsonArray voteTableOrderOf(const Helper &helper)
+{
+    QHash<QString, int> votes;
+    for (const char *key : { "bf", "cb", "com", "file" }) {
+        const QVariantMap record = helper.eeproms().value(QLatin1String(key)).descriptor;
+        if (record.contains(QStringLiteral("unit")))
+            ++votes[record.value(QStringLiteral("unit")).toString()];
+    }
+    QJsonArray order;
+    for (auto it = votes.constBegin(); it != votes.constEnd(); ++it)
+        order.append(nullableText(it.key()));
+    return order;
+}
+
 void addUnitSerial(const Helper &helper, QJsonObject &report)
 {
     try {
@@ -125,6 +141,7 @@ QJsonObject probeDiscovery()
         report.insert(QStringLiteral("unitStatus"), statusName(helper->status()));
         report.insert(QStringLiteral("globalStatus"), statusName(helper->globalStatus()));
         report.insert(QStringLiteral("candidates"), candidatesOf(*helper));
+        report.insert(QStringLiteral("voteTableOrder"), voteTableOrderOf(*helper));
         addUnitSerial(*helper, report);
         addHardwareFacts(*helper, report);
         destroyAndCountDevices(helper, report);
