@@ -11,6 +11,9 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/QorHwInfoConfigVersion.cmak
 install(FILES ${CMAKE_BINARY_DIR}/QorHwInfoConfig.cmake ${CMAKE_BINARY_DIR}/QorHwInfoConfigVersion.cmake
     DESTINATION ${QOR_CMAKE_DIR})
 
+# Relative to the .pc file, so that an installation can be moved or staged with --prefix.
+file(RELATIVE_PATH QOR_PC_RELATIVE_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" QOR_PC_RELATIVE_PREFIX "${QOR_PC_RELATIVE_PREFIX}")
 foreach(pc qorhwinfo qorutils)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/${pc}.pc.in ${CMAKE_BINARY_DIR}/${pc}.pc @ONLY)
     install(FILES ${CMAKE_BINARY_DIR}/${pc}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
