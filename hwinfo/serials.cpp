@@ -3,12 +3,14 @@
 namespace hmi {
 
 namespace {
-const char unitKey[] = "unit";
-const char cbKey[] = "cb";
-const char bfKey[] = "bf";
-const char fpgaUidKey[] = "fpgaUid";
-const char comKey[] = "com";
-const char macKey[] = "mac";
+// Made once when the library is loaded: reading or writing a record looks up all six keys, and a key
+// converted from Latin-1 at each lookup would cost an allocation every time.
+const QString unitKey = QLatin1String("unit");
+const QString cbKey = QLatin1String("cb");
+const QString bfKey = QLatin1String("bf");
+const QString fpgaUidKey = QLatin1String("fpgaUid");
+const QString comKey = QLatin1String("com");
+const QString macKey = QLatin1String("mac");
 } // namespace
 
 HwInfoHelper::Serials::Serials()
@@ -28,22 +30,22 @@ HwInfoHelper::Serials::Serials(const QString &unitSerial, uint cbSerial, uint bf
 { }
 
 HwInfoHelper::Serials::Serials(const QVariantMap &map)
-    : unit(map.value(QLatin1String(unitKey)).toString())
-    , cb(map.value(QLatin1String(cbKey)).toUInt())
-    , bf(map.value(QLatin1String(bfKey)).toUInt())
-    , fpgaUid(map.value(QLatin1String(fpgaUidKey)).toString())
-    , com(map.value(QLatin1String(comKey)).toString())
-    , mac(map.value(QLatin1String(macKey)).toString())
+    : unit(map.value(unitKey).toString())
+    , cb(map.value(cbKey).toUInt())
+    , bf(map.value(bfKey).toUInt())
+    , fpgaUid(map.value(fpgaUidKey).toString())
+    , com(map.value(comKey).toString())
+    , mac(map.value(macKey).toString())
 { }
 
 void HwInfoHelper::Serials::writeTo(QVariantMap &map) const
 {
-    map.insert(QLatin1String(unitKey), QVariant(unit));
-    map.insert(QLatin1String(cbKey), QVariant(cb));
-    map.insert(QLatin1String(bfKey), QVariant(bf));
-    map.insert(QLatin1String(fpgaUidKey), QVariant(fpgaUid));
-    map.insert(QLatin1String(comKey), QVariant(com));
-    map.insert(QLatin1String(macKey), QVariant(mac));
+    map.insert(unitKey, QVariant(unit));
+    map.insert(cbKey, QVariant(cb));
+    map.insert(bfKey, QVariant(bf));
+    map.insert(fpgaUidKey, QVariant(fpgaUid));
+    map.insert(comKey, QVariant(com));
+    map.insert(macKey, QVariant(mac));
 }
 
 } // namespace hmi

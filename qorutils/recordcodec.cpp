@@ -296,8 +296,8 @@ bool PayloadReader::readUtf8(int size, QString *s)
 
     const uchar *p = m_pos;
     const uchar *const end = m_pos + size;
-    QString result;
-    result.resize(size); // never more UTF-16 units than UTF-8 bytes
+    // Never more UTF-16 units than UTF-8 bytes. Sized exactly, without the headroom that resize() adds.
+    QString result(size, Qt::Uninitialized);
     QChar *out = result.data();
     while (p != end) {
         const uchar lead = *p++;
@@ -340,9 +340,11 @@ bool PayloadReader::readUtf8(int size, QString *s)
             *out++ = QChar(ushort(u));
         }
     }
-    result.resize(int(out - result.constData()));
+    const int units = int(out - result.constData());
+    if (units != size)
+        result.resize(units);
     m_pos = end;
-    *s = result;
+    s->swap(result);
     return true;
 }
 
