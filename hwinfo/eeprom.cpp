@@ -8,6 +8,34 @@
 
 namespace hmi {
 
+namespace {
+
+// Closes the device when reading or writing the frame throws: left open, it could not be opened by the next
+// load or save, and a store with a good record would fail every later discovery of the same helper.
+class CloseOnUnwind
+{
+public:
+    explicit CloseOnUnwind(QIODevice *device)
+        : m_device(device)
+    { }
+    ~CloseOnUnwind()
+    {
+        if (m_device)
+            m_device->close();
+    }
+
+    void closeNow()
+    {
+        m_device->close();
+        m_device = 0;
+    }
+
+private:
+    QIODevice *m_device;
+};
+
+} // namespace
+
 HwInfoHelper::EEPROM::EEPROM()
     : ioDev(0)
     , offset(0)
@@ -40,8 +68,9 @@ void HwInfoHelper::EEPROM::load()
             .arg(ioDev->errorString());
     }
 
+    CloseOnUnwind closing(ioDev);
     const ROMStorage storage(*ioDev);
-    ioDev->close();
+    closing.closeNow();
 
     if (storage.isValid()) {
         descriptor = storage.payload().toMap();
@@ -66,14 +95,9 @@ void HwInfoHelper::EEPROM::save() const
         return;
     }
 
-    // A failed write leaves the device closed too, so that the next open() of the same device works.
-    try {
-        ROMStorage(QVariant(static_cast<const QVariantMap &>(descriptor))).saveTo(*ioDev, maxSize);
-    } catch (...) {
-        ioDev->close();
-        throw;
-    }
-    ioDev->close();
+    CloseOnUnwind closing(ioDev);
+    ROMStorage(QVariant(static_cast<const QVariantMap &>(descriptor))).saveTo(*ioDev, maxSize);
+    closing.closeNow();
 }
 
 } // namespace hmi

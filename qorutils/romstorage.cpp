@@ -156,7 +156,13 @@ void ROMStoragePrivate::readFrom(QIODevice &dev)
 ROMStorage::ROMStorage(QIODevice &dev)
     : d(new ROMStoragePrivate(ROMStoragePrivate::Corrupted))
 {
-    d->readFrom(dev);
+    // A device may throw from read(); no destructor runs for a constructor that throws.
+    try {
+        d->readFrom(dev);
+    } catch (...) {
+        delete d;
+        throw;
+    }
 }
 
 ROMStorage::ROMStorage(const QVariant &payload)

@@ -111,7 +111,10 @@ void UnitBuilder::writeCacheDir(UnitDescription::CacheDir cacheDir)
         return;
     const QString dir = QFileInfo(StoreLayout::of(QStringLiteral("file")).path()).path();
     makeDir(dir);
-    bind(dir, cacheDir == UnitDescription::CacheReadOnly);
+    if (cacheDir == UnitDescription::CacheFull)
+        m_binds.append(QStringLiteral("full-tmpfs %1 %2").arg(dir.mid(1), dir));
+    else
+        bind(dir, cacheDir == UnitDescription::CacheReadOnly);
 }
 
 void UnitBuilder::writeSandboxConf()
@@ -119,7 +122,8 @@ void UnitBuilder::writeSandboxConf()
     QFile conf(m_root.filePath(QStringLiteral("sandbox.conf")));
     if (!conf.open(QIODevice::WriteOnly))
         throw QStringLiteral("cannot write %1: %2").arg(conf.fileName(), conf.errorString());
-    conf.write("# Written by qorsimunit. <bind|ro-bind> <path under this directory> <path in the sandbox>\n");
+    conf.write("# Written by qorsimunit. <bind|ro-bind|full-tmpfs> <path under this directory> <path in the "
+               "sandbox>\n");
     for (const QString &line : qAsConst(m_binds))
         conf.write(line.toUtf8() + '\n');
     if (!conf.flush())

@@ -37,7 +37,7 @@ struct FpgaSpec
 /** Everything a simulated unit consists of; defaults describe a unit whose memories are all erased. */
 struct UnitDescription
 {
-    enum CacheDir { CachePresent, CacheMissing, CacheReadOnly };
+    enum CacheDir { CachePresent, CacheMissing, CacheReadOnly, CacheFull };
 
     TextAttribute mac;
     TextAttribute boardSerial;

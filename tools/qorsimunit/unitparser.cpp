@@ -119,8 +119,11 @@ UnitDescription::CacheDir UnitParser::parseCacheDir(const QList<Token> &tokens, 
         return UnitDescription::CacheMissing;
     if (isKeyword(tokens.at(1), "readonly"))
         return UnitDescription::CacheReadOnly;
+    if (isKeyword(tokens.at(1), "full"))
+        return UnitDescription::CacheFull;
     throw ParseError(
-        line, QStringLiteral("cache_dir is present, missing or readonly, not \"%1\"").arg(tokens.at(1).text));
+        line,
+        QStringLiteral("cache_dir is present, missing, readonly or full, not \"%1\"").arg(tokens.at(1).text));
 }
 
 void UnitParser::parseStore(QList<Token> tokens, int line)
