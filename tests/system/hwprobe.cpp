@@ -1,29 +1,29 @@
 // Runs the real library inside a sandboxed unit and prints what it saw as one JSON document:
 //   hwprobe discover   construct a helper, discover, query everything, destroy it, then read the quick serial
 //   hwprobe quick      only the quick serial, with no helper in existence
-#include "proberecorder.h"
-
 #include <qorhwinfo/hwinfohelper.h>
 
 #include <QCoreApplication>
 #include <QIODevice>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPointer>
-#include <QScopedPointer>
 
 #include <cstdio>
-#include <sys/stat.h>
 
 namespace {
 
 typedef hmi::HwInfoHelper Helper;
 
-mode_t currentUmask()
+// Every message with its level, {"level": "debug"|"critical"|..., "text": ...}.
+QJsonArray messages;
+
+void recordMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    return mask;
+    static const char *const levels[] = { "debug", "warning", "critical", "fatal", "info" };
+    messages.append(QJsonObject { { QStringLiteral("level"), QLatin1String(levels[type]) },
+                                  { QStringLiteral("text"), text } });
 }
 
 QJsonValue nullableText(const QString &text)
@@ -37,32 +37,27 @@ QString statusName(Helper::StatusFlags status)
     return key ? QString::fromLatin1(key) : QString::number(int(status));
 }
 
-QJsonObject storesOf(const Helper &helper)
+void addStores(const Helper &helper, QJsonObject &report)
 {
     QJsonObject stores;
-    const QHash<QString, Helper::EEPROM> &eeproms = helper.eeproms();
-    for (auto it = eeproms.constBegin(); it != eeproms.constEnd(); ++it) {
+    for (auto it = helper.eeproms().constBegin(); it != helper.eeproms().constEnd(); ++it) {
         stores.insert(
             it.key(),
             QJsonObject { { QStringLiteral("label"), it->name },
                           { QStringLiteral("status"), statusName(it->status) },
                           { QStringLiteral("record"), QJsonObject::fromVariantMap(it->descriptor) } });
     }
-    return stores;
-}
-
-QJsonArray candidatesOf(const Helper &helper)
-{
-    QJsonArray candidates;
-    for (const QString &serial : helper.probableSerials())
-        candidates.append(nullableText(serial));
-    return candidates;
+    report.insert(QStringLiteral("stores"), stores);
 }
 
 // Qt 5 seeds QHash per process, so the order of serials with equal votes is known only in this process:
 // a vote table built the same way, in the same vote order, walks them in the order discovery met them.
-QJsonArray voteTableOrderOf(const Helper &helper)
+void addCandidates(const Helper &helper, QJsonObject &report)
 {
+    QJsonArray candidates;
+    for (const QString &serial : helper.probableSerials())
+        candidates.append(nullableText(serial));
+    report.insert(QStringLiteral("candidates"), candidates);
     QHash<QString, int> votes;
     for (const char *key : { "bf", "cb", "com", "file" }) {
         const QVariantMap record = helper.eeproms().value(QLatin1String(key)).descriptor;
@@ -72,7 +67,7 @@ QJsonArray voteTableOrderOf(const Helper &helper)
     QJsonArray order;
     for (auto it = votes.constBegin(); it != votes.constEnd(); ++it)
         order.append(nullableText(it.key()));
-    return order;
+    report.insert(QStringLiteral("voteTableOrder"), order);
 }
 
 void addUnitSerial(const Helper &helper, QJsonObject &report)
@@ -86,78 +81,49 @@ void addUnitSerial(const Helper &helper, QJsonObject &report)
     }
 }
 
-void addHardwareFacts(const Helper &helper, QJsonObject &report)
-{
-    report.insert(QStringLiteral("mac"), nullableText(helper.mac()));
-    report.insert(QStringLiteral("comSerial"), nullableText(helper.comSerial()));
-    report.insert(QStringLiteral("fpgaUid"), nullableText(helper.fpgaUid()));
-    report.insert(QStringLiteral("cbSerial"), qint64(helper.cbSerial()));
-    report.insert(QStringLiteral("bfSerial"), qint64(helper.bfSerial()));
-}
-
-QList<QPointer<QIODevice>> devicesOf(const Helper &helper)
+// The helper owns its stores' devices through QObject parenthood and nothing else may keep them alive.
+void destroyAndCountDevices(Helper *helper, QJsonObject &report)
 {
     QList<QPointer<QIODevice>> devices;
-    for (const Helper::EEPROM &store : helper.eeproms())
-        devices.append(QPointer<QIODevice>(store.ioDev));
-    return devices;
-}
-
-// The helper owns its stores' devices through QObject parenthood and nothing else may keep them alive.
-void destroyAndCountDevices(QScopedPointer<Helper> &helper, QJsonObject &report)
-{
-    const QList<QPointer<QIODevice>> devices = devicesOf(*helper);
-    int children = 0;
-    for (const QPointer<QIODevice> &device : devices)
-        children += (device && device->parent() == helper.data()) ? 1 : 0;
-    report.insert(QStringLiteral("devices"), devices.size());
-    report.insert(QStringLiteral("devicesOwnedByHelper"), children);
-    report.insert(QStringLiteral("helperChildDevices"), helper->findChildren<QIODevice *>().size());
-
-    helper.reset();
+    int owned = 0;
+    for (const Helper::EEPROM &store : helper->eeproms()) {
+        devices.append(store.ioDev);
+        owned += store.ioDev->parent() == helper ? 1 : 0;
+    }
+    delete helper;
     int alive = 0;
     for (const QPointer<QIODevice> &device : devices)
         alive += device ? 1 : 0;
+    report.insert(QStringLiteral("devicesOwnedByHelper"), owned);
     report.insert(QStringLiteral("devicesAliveAfterDestruction"), alive);
 }
 
 QJsonObject probeDiscovery()
 {
-    QJsonObject report;
-    report.insert(QStringLiteral("umaskBefore"), int(currentUmask()));
-
-    QJsonArray discoveryMessages;
-    {
-        ProbeRecorder recorder;
-        QScopedPointer<Helper> helper(new Helper);
-        QObject::connect(helper.data(), &Helper::progressStepCountChanged, &recorder,
-                         &ProbeRecorder::recordStepCount);
-        QObject::connect(helper.data(), &Helper::progressCurStepChanged, &recorder,
-                         &ProbeRecorder::recordCurrentStep);
-        helper->discover();
-
-        report.insert(QStringLiteral("umaskAfter"), int(currentUmask()));
-        report.insert(QStringLiteral("stores"), storesOf(*helper));
-        report.insert(QStringLiteral("unitStatus"), statusName(helper->status()));
-        report.insert(QStringLiteral("globalStatus"), statusName(helper->globalStatus()));
-        report.insert(QStringLiteral("candidates"), candidatesOf(*helper));
-        report.insert(QStringLiteral("voteTableOrder"), voteTableOrderOf(*helper));
-        addUnitSerial(*helper, report);
-        addHardwareFacts(*helper, report);
-        destroyAndCountDevices(helper, report);
-        report.insert(QStringLiteral("signals"), recorder.signalLog());
-        discoveryMessages = recorder.messages();
-    }
-    report.insert(QStringLiteral("messages"), discoveryMessages);
+    Helper *helper = new Helper;
+    helper->discover();
+    QJsonObject report { { QStringLiteral("unitStatus"), statusName(helper->status()) },
+                         { QStringLiteral("globalStatus"), statusName(helper->globalStatus()) },
+                         { QStringLiteral("mac"), nullableText(helper->mac()) },
+                         { QStringLiteral("comSerial"), nullableText(helper->comSerial()) },
+                         { QStringLiteral("fpgaUid"), nullableText(helper->fpgaUid()) },
+                         { QStringLiteral("cbSerial"), qint64(helper->cbSerial()) },
+                         { QStringLiteral("bfSerial"), qint64(helper->bfSerial()) } };
+    addStores(*helper, report);
+    addCandidates(*helper, report);
+    addUnitSerial(*helper, report);
+    destroyAndCountDevices(helper, report);
+    report.insert(QStringLiteral("messages"), messages);
+    messages = QJsonArray();
     return report;
 }
 
 QJsonObject probeQuickSerial()
 {
-    ProbeRecorder recorder;
-    QJsonObject report;
-    report.insert(QStringLiteral("quick"), nullableText(Helper::quickNonValidatedSerial()));
-    report.insert(QStringLiteral("messages"), recorder.messages());
+    const QString serial = Helper::quickNonValidatedSerial();
+    const QJsonObject report { { QStringLiteral("quick"), nullableText(serial) },
+                               { QStringLiteral("messages"), messages } };
+    messages = QJsonArray();
     return report;
 }
 
@@ -166,8 +132,8 @@ QJsonObject probeQuickSerial()
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    const QString mode = arguments.value(1);
+    const QString mode = QCoreApplication::arguments().value(1);
+    qInstallMessageHandler(recordMessage);
 
     QJsonObject report;
     if (mode == QLatin1String("discover")) {

@@ -5,6 +5,9 @@
 #include <QJsonDocument>
 #include <QJsonParseError>
 #include <QProcess>
+#include <QTemporaryFile>
+
+#include <algorithm>
 
 namespace {
 // Generous: a run reads a few small files, but the machine may be busy building.
@@ -33,11 +36,47 @@ QString SandboxResult::describe() const
     return QStringLiteral("exit status %1; stderr: %2").arg(exitCode).arg(QString::fromLocal8Bit(err));
 }
 
-Sandbox::Sandbox() { }
-
-SandboxResult Sandbox::build(const QString &unitName)
+QString healthyUnitWith(const QStringList &changes)
 {
-    return execute(QStringList { QStringLiteral("--root"), root(), unitFile(unitName), QStringLiteral("--"),
+    QStringList lines { QStringLiteral("mac 02:fc:00:00:00:01"),
+                        QStringLiteral("board_serial ABC123456789"),
+                        QStringLiteral("fpga 0x12340a5f"),
+                        storeRecord(QStringLiteral("com"), QStringLiteral("I123456")),
+                        storeRecord(QStringLiteral("cb"), QStringLiteral("I123456")),
+                        storeRecord(QStringLiteral("bf"), QStringLiteral("I123456")),
+                        QStringLiteral("store ut record serial=u32:42") };
+    for (const QString &change : changes) {
+        const QString directive
+            = change.section(QLatin1Char(' '), 0, change.startsWith(QLatin1String("store ")) ? 1 : 0);
+        auto same
+            = [&directive](const QString &line) { return line.startsWith(directive + QLatin1Char(' ')); };
+        const auto it = std::find_if(lines.begin(), lines.end(), same);
+        if (it == lines.end())
+            lines.append(change);
+        else
+            *it = change;
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+QString storeRecord(const QString &key, const QString &unit)
+{
+    QString line = QStringLiteral("store %1 record unit=%2 cb=u32:1234567 bf=u32:7654321 fpgaUid=0a5f "
+                                  "com=ABC123456789 mac=02:fc:00:00:00:01")
+                       .arg(key, unit);
+    if (key == QLatin1String("cb"))
+        line += QStringLiteral(" serial=u32:1234567");
+    else if (key == QLatin1String("bf"))
+        line += QStringLiteral(" serial=u32:7654321");
+    return line;
+}
+
+SandboxResult Sandbox::build(const QString &unitText)
+{
+    QTemporaryFile unitFile;
+    if (!unitFile.open() || unitFile.write(unitText.toUtf8()) < 0 || !unitFile.flush())
+        return SandboxResult();
+    return execute(QStringList { QStringLiteral("--root"), root(), unitFile.fileName(), QStringLiteral("--"),
                                  QStringLiteral("true") });
 }
 
@@ -45,16 +84,6 @@ SandboxResult Sandbox::run(const QString &program, const QStringList &arguments)
 {
     return execute(QStringList { QStringLiteral("--root"), root(), QStringLiteral("--"), program }
                    + arguments);
-}
-
-QString Sandbox::hostPath(const QString &unitPath) const
-{
-    return root() + unitPath;
-}
-
-QString Sandbox::unitFile(const QString &unitName)
-{
-    return QStringLiteral(QOR_SYSTEMTEST_UNIT_DIR "/%1.unit").arg(unitName);
 }
 
 SandboxResult Sandbox::execute(const QStringList &arguments)

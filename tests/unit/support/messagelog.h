@@ -1,9 +1,8 @@
 #ifndef QORHWINFO_TESTS_MESSAGELOG_H
 #define QORHWINFO_TESTS_MESSAGELOG_H
 
+#include <QtCore/QByteArray>
 #include <QtCore/QList>
-#include <QtCore/QString>
-#include <QtCore/QStringList>
 #include <QtCore/QtGlobal>
 
 /**
@@ -13,19 +12,12 @@
 class MessageLog
 {
 public:
-    struct Entry
-    {
-        QtMsgType type;
-        QString text;
-    };
-
     MessageLog();
     ~MessageLog();
 
-    QList<Entry> entries() const;
     /** The texts of the messages of @p type, in the order they came, as UTF-8 bytes. */
     QList<QByteArray> texts(QtMsgType type) const;
-    int count() const;
+    int count() const { return m_entries.size(); }
 
 private:
     Q_DISABLE_COPY(MessageLog)
@@ -34,7 +26,7 @@ private:
     static MessageLog *s_active;
     MessageLog *m_outer;
     QtMessageHandler m_previous;
-    QList<Entry> m_entries;
+    QList<QPair<QtMsgType, QByteArray>> m_entries;
 };
 
 #endif

@@ -1,5 +1,7 @@
 #include "messagelog.h"
 
+#include <QtCore/QString>
+
 MessageLog *MessageLog::s_active = nullptr;
 
 MessageLog::MessageLog()
@@ -15,27 +17,17 @@ MessageLog::~MessageLog()
     qInstallMessageHandler(m_previous);
 }
 
-QList<MessageLog::Entry> MessageLog::entries() const
-{
-    return m_entries;
-}
-
 QList<QByteArray> MessageLog::texts(QtMsgType type) const
 {
     QList<QByteArray> result;
-    for (const Entry &entry : m_entries) {
-        if (entry.type == type)
-            result.append(entry.text.toUtf8());
+    for (const auto &entry : m_entries) {
+        if (entry.first == type)
+            result.append(entry.second);
     }
     return result;
 }
 
-int MessageLog::count() const
-{
-    return m_entries.size();
-}
-
 void MessageLog::handle(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
-    s_active->m_entries.append(Entry { type, text });
+    s_active->m_entries.append(qMakePair(type, text.toUtf8()));
 }
