@@ -12,7 +12,7 @@
 namespace {
 
 const char cachePath[] = "/var/local/qorhwinfo/serial.cache";
-const QString serial = QStringLiteral("I123456");
+const QString referenceSerial = QStringLiteral("I123456");
 
 QString loadFailure(const QString &what)
 {
@@ -110,8 +110,8 @@ void SystemDiscoveryTest::discovery_data()
     const QString allOk = QStringLiteral("OK OK OK OK OK");
     const QStringList twoSerials { QStringLiteral("I111111"), QStringLiteral("I222222") };
 
-    QTest::newRow("healthy, first run") << healthyUnitWith() << allOk << QStringList { serial } << serial
-                                        << true << QStringList { noCacheFile };
+    QTest::newRow("healthy, first run") << healthyUnitWith() << allOk << QStringList { referenceSerial }
+                                        << referenceSerial << true << QStringList { noCacheFile };
     QTest::newRow("all blank or missing")
         << healthyUnitWith(
                { "store com blank-ff", "store cb blank-ff", "store bf blank-00", "store ut blank-ff" })
@@ -129,13 +129,16 @@ void SystemDiscoveryTest::discovery_data()
                            << allOk << QStringList() << QString() << false
                            << QStringList { loadFailure(QStringLiteral("COM Module: is blank")),
                                             noCacheFile };
-    QTest::newRow("all four agree") << healthyUnitWith({ storeRecord("file", serial) }) << allOk
-                                    << QStringList { serial } << serial << false << QStringList();
+    QTest::newRow("all four agree") << healthyUnitWith({ storeRecord("file", referenceSerial) }) << allOk
+                                    << QStringList { referenceSerial } << referenceSerial << false
+                                    << QStringList();
     QTest::newRow("cache directory missing")
-        << healthyUnitWith({ "cache_dir missing" }) << allOk << QStringList { serial } << serial << false
+        << healthyUnitWith({ "cache_dir missing" }) << allOk << QStringList { referenceSerial }
+        << referenceSerial << false
         << QStringList { cacheNotWritable(QStringLiteral("No such file or directory")), noCacheFile };
     QTest::newRow("cache directory read-only")
-        << healthyUnitWith({ "cache_dir readonly" }) << allOk << QStringList { serial } << serial << false
+        << healthyUnitWith({ "cache_dir readonly" }) << allOk << QStringList { referenceSerial }
+        << referenceSerial << false
         << QStringList { cacheNotWritable(QStringLiteral("Read-only file system")), noCacheFile };
 }
 
@@ -192,7 +195,7 @@ void SystemDiscoveryTest::discovery()
     messages.removeAll(noCacheFile);
     QCOMPARE(messageLines(second), sorted(messages));
     QCOMPARE(second.value("stores").toObject().value("file").toObject().value("record").toObject(),
-             (QJsonObject { { "unit", serial },
+             (QJsonObject { { "unit", referenceSerial },
                             { "cb", 1234567 },
                             { "bf", 7654321 },
                             { "fpgaUid", "0a5f" },
@@ -221,7 +224,8 @@ void SystemDiscoveryTest::fpgaUid()
     QFETCH(QString, fpgaUid);
 
     Sandbox sandbox;
-    QCOMPARE(sandbox.build(healthyUnitWith({ "fpga " + fpga, storeRecord("file", serial) })).exitCode, 0);
+    QCOMPARE(
+        sandbox.build(healthyUnitWith({ "fpga " + fpga, storeRecord("file", referenceSerial) })).exitCode, 0);
     const QJsonObject report = probe(sandbox, QStringLiteral("discover"));
 
     QCOMPARE(report.value(QStringLiteral("fpgaUid")).toString(), fpgaUid);

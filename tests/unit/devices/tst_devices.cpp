@@ -113,7 +113,9 @@ void TestDevices::probes_data()
     QTest::addColumn<QByteArray>("content");
 
     QByteArray uio(4096, 0);
-    qToLittleEndian<quint32>(0xdeadbeef, reinterpret_cast<uchar *>(uio.data()) + registerOffset);
+    const quint32 registerValue = 0xdeadbeef;
+    for (int i = 0; i < 4; ++i)
+        uio[registerOffset + i] = char((registerValue >> (8 * i)) & 0xff);
     QTest::newRow("pic") << QStringLiteral("store cb blank-ff size=16")
                          << QStringLiteral(
                                 "seek 1 wrote 6, read record of 16; to end 1 (read 0), beyond 0: "
