@@ -1,6 +1,7 @@
 // The real library, at the unit's real paths, on simulated units: discovery, hardware facts, the quick
 // serial and what is left on disk afterwards.
 #include "filesnapshot.h"
+#include "probereport.h"
 #include "sandbox.h"
 #include "systemtestpaths.h"
 
@@ -8,6 +9,11 @@
 #include <QtTest>
 
 #include <sys/stat.h>
+
+using ProbeReport::messageLines;
+using ProbeReport::sorted;
+using ProbeReport::storeStatuses;
+using ProbeReport::textList;
 
 namespace {
 
@@ -25,42 +31,6 @@ const QString noCacheFile = loadFailure(
 QString cacheNotWritable(const QString &error)
 {
     return QStringLiteral("critical: Error opening \"Serials File\" eeprom ioDev: \"%1\" ").arg(error);
-}
-
-QStringList sorted(QStringList list)
-{
-    list.sort();
-    return list;
-}
-
-QStringList messageLines(const QJsonObject &report)
-{
-    QStringList lines;
-    for (const QJsonValue &message : report.value(QStringLiteral("messages")).toArray()) {
-        const QJsonObject object = message.toObject();
-        lines.append(object.value(QStringLiteral("level")).toString() + QStringLiteral(": ")
-                     + object.value(QStringLiteral("text")).toString());
-    }
-    return sorted(lines);
-}
-
-QStringList textList(const QJsonValue &value)
-{
-    QStringList texts;
-    for (const QJsonValue &item : value.toArray())
-        texts.append(item.toString());
-    return texts;
-}
-
-// The statuses of "bf", "cb", "com", "file" and "ut", in that order.
-QString storeStatuses(const QJsonObject &report)
-{
-    const QJsonObject stores = report.value(QStringLiteral("stores")).toObject();
-    QStringList statuses;
-    for (const char *key : { "bf", "cb", "com", "file", "ut" })
-        statuses.append(
-            stores.value(QLatin1String(key)).toObject().value(QStringLiteral("status")).toString());
-    return statuses.join(QLatin1Char(' '));
 }
 
 // The probe's report on the built unit; an empty one when it could not run.

@@ -2,6 +2,7 @@
 // real paths of a simulated unit: the statuses, messages, candidates and unit serial that discovery
 // reports, what the cache file holds afterwards, and that no board memory was written.
 #include "filesnapshot.h"
+#include "probereport.h"
 #include "sandbox.h"
 #include "systemtestpaths.h"
 
@@ -10,6 +11,11 @@
 #include <QBuffer>
 #include <QJsonArray>
 #include <QtTest>
+
+using ProbeReport::messageLines;
+using ProbeReport::sorted;
+using ProbeReport::storeStatuses;
+using ProbeReport::textList;
 
 namespace {
 
@@ -64,42 +70,6 @@ QString statusesWith(const QString &key, const QString &status)
     QStringList statuses { "OK", "OK", "OK", "OK", "OK" };
     statuses[QStringList { "bf", "cb", "com", "file", "ut" }.indexOf(key)] = status;
     return statuses.join(QLatin1Char(' '));
-}
-
-QString storeStatuses(const QJsonObject &report)
-{
-    const QJsonObject stores = report.value(QStringLiteral("stores")).toObject();
-    QStringList statuses;
-    for (const char *key : { "bf", "cb", "com", "file", "ut" })
-        statuses.append(
-            stores.value(QLatin1String(key)).toObject().value(QStringLiteral("status")).toString());
-    return statuses.join(QLatin1Char(' '));
-}
-
-QStringList messageLines(const QJsonArray &messages)
-{
-    QStringList lines;
-    for (const QJsonValue &message : messages) {
-        const QJsonObject object = message.toObject();
-        lines.append(object.value(QStringLiteral("level")).toString() + QStringLiteral(": ")
-                     + object.value(QStringLiteral("text")).toString());
-    }
-    lines.sort();
-    return lines;
-}
-
-QStringList sorted(QStringList list)
-{
-    list.sort();
-    return list;
-}
-
-QStringList textList(const QJsonValue &value)
-{
-    QStringList texts;
-    for (const QJsonValue &item : value.toArray())
-        texts.append(item.toString());
-    return texts;
 }
 
 /** The unit serial of the record in @p bytes, or why there is none. */
@@ -294,7 +264,7 @@ void StoreFaultsTest::fault()
     QCOMPARE(textList(report.value(QStringLiteral("candidates"))), QStringList { serial });
     QCOMPARE(report.value(QStringLiteral("unitSerial")).toString(), unitSerial);
     QCOMPARE(report.value(QStringLiteral("unitSerialThrew")).isNull(), !unitSerial.isNull());
-    QCOMPARE(messageLines(report.value(QStringLiteral("messages")).toArray()), sorted(messages));
+    QCOMPARE(messageLines(report), sorted(messages));
     const QJsonValue quick
         = report.value(QStringLiteral("quickAfterwards")).toObject().value(QStringLiteral("quick"));
     QCOMPARE(quick.toString(), quickAfterwards);
