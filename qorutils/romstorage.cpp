@@ -1,5 +1,7 @@
 #include "romstorage.h"
 
+#include "romstorage_p.h"
+
 #include "recordcodec_p.h"
 
 #include <QtCore/QFile>
@@ -101,23 +103,6 @@ void syncToStorage(QFile &file)
 }
 
 } // namespace
-
-/** What was found on a device, or the payload of a frame to be written. */
-class ROMStoragePrivate
-{
-public:
-    enum Verdict { Built, Empty, Blank, Corrupted, Valid };
-
-    explicit ROMStoragePrivate(Verdict initial, const QVariant &value = QVariant())
-        : verdict(initial)
-        , payload(value)
-    { }
-
-    void readFrom(QIODevice &dev);
-
-    Verdict verdict;
-    QVariant payload;
-};
 
 void ROMStoragePrivate::readFrom(QIODevice &dev)
 {
