@@ -1,5 +1,6 @@
 #include "piciodevice.h"
 #include "piciodevice_p.h"
+#include "retryingopen_p.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QFile>
@@ -17,15 +18,6 @@ int openFlags(QIODevice::OpenMode mode)
     const bool writes = mode & QIODevice::WriteOnly;
     const int access = reads && writes ? O_RDWR : (writes ? O_WRONLY : O_RDONLY);
     return access | O_CLOEXEC;
-}
-
-int openRetrying(const QByteArray &path, int flags)
-{
-    int fd;
-    do {
-        fd = ::open(path.constData(), flags);
-    } while (fd < 0 && errno == EINTR);
-    return fd;
 }
 
 /** The memory's size: drivers of such memories report it through lseek, files through fstat. */
@@ -70,7 +62,7 @@ bool PicIODevice::open(OpenMode mode)
             QLatin1String("The carrier board memory opens for reading and/or writing, not appending"));
         return false;
     }
-    const int fd = openRetrying(QFile::encodeName(devicePath()), openFlags(mode));
+    const int fd = QorUtilsPrivate::openRetrying(devicePath(), openFlags(mode));
     if (fd < 0) {
         setErrorString(qt_error_string(errno));
         return false;

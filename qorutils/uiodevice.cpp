@@ -1,4 +1,5 @@
 #include "uiodevice.h"
+#include "retryingopen_p.h"
 #include "uiodevice_p.h"
 
 #include "exception.h"
@@ -14,16 +15,6 @@
 namespace hmi {
 
 namespace {
-
-int openRetrying(const QString &path, int flags)
-{
-    const QByteArray name = QFile::encodeName(path);
-    int fd;
-    do {
-        fd = ::open(name.constData(), flags);
-    } while (fd < 0 && errno == EINTR);
-    return fd;
-}
 
 /** A map's "size" attribute, hexadecimal with a "0x" prefix; false when absent or not a number. */
 bool readMapSize(const QString &path, quint64 *size)
@@ -65,11 +56,11 @@ QString UioDevicePrivate::sysfsPath() const
 
 void UioDevicePrivate::open()
 {
-    fd = openRetrying(devicePath(), O_RDWR | O_CLOEXEC);
+    fd = QorUtilsPrivate::openRetrying(devicePath(), O_RDWR | O_CLOEXEC);
     writable = fd >= 0;
     // A reader without write permission can still map the registers read-only.
     if (fd < 0 && (errno == EACCES || errno == EROFS))
-        fd = openRetrying(devicePath(), O_RDONLY | O_CLOEXEC);
+        fd = QorUtilsPrivate::openRetrying(devicePath(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
         throw Exception(QString(QLatin1String("Cannot open the UIO device %1: %2"))
                             .arg(devicePath(), qt_error_string(errno)));
