@@ -5,7 +5,6 @@
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QRegularExpression>
 
 namespace {
 
@@ -13,8 +12,13 @@ namespace {
 // still hold something else: only "I" and six digits is a serial.
 bool isCompleteSerial(const QString &text)
 {
-    static const QRegularExpression serial(QStringLiteral("\\AI[0-9]{6}\\z"));
-    return serial.match(text).hasMatch();
+    if (text.length() != 7 || text.at(0) != QLatin1Char('I'))
+        return false;
+    for (int i = 1; i < text.length(); ++i) {
+        if (text.at(i) < QLatin1Char('0') || text.at(i) > QLatin1Char('9'))
+            return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -28,13 +32,15 @@ SerialEntryWindow::SerialEntryWindow(QWidget *parent)
 
     m_serialField->setValidator(new UnitSerialValidator(m_serialField));
     m_serialField->setPlaceholderText(tr("I000000"));
+#if QT_VERSION >= 0x050200
     m_serialField->setClearButtonEnabled(true);
+#endif
 
-    auto *layout = new QFormLayout(this);
+    QFormLayout *layout = new QFormLayout(this);
     layout->addRow(tr("Unit serial:"), m_serialField);
     layout->addRow(m_state);
 
-    connect(m_serialField, &QLineEdit::textChanged, this, &SerialEntryWindow::showCompleteness);
+    connect(m_serialField, SIGNAL(textChanged(QString)), this, SLOT(showCompleteness()));
     showCompleteness();
 }
 

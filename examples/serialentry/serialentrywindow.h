@@ -15,13 +15,14 @@ class SerialEntryWindow : public QWidget
     Q_OBJECT
 
 public:
-    explicit SerialEntryWindow(QWidget *parent = nullptr);
+    explicit SerialEntryWindow(QWidget *parent = 0);
 
     QLineEdit *serialField() const;
 
-private:
+private Q_SLOTS:
     void showCompleteness();
 
+private:
     QLineEdit *m_serialField;
     QLabel *m_state;
 };
