@@ -8,7 +8,6 @@
 #include "unitsurvey.h"
 
 #include <qorutils/frameheader.h>
-#include <qorutils/piciodevice.h>
 
 #include <QFile>
 #include <QObject>
@@ -29,13 +28,6 @@ QString field(const char *name)
 QString hexNumber(quint32 value)
 {
     return QString::fromLatin1("0x%1").arg(value, 8, 16, QLatin1Char('0'));
-}
-
-QString devicePathOf(QIODevice *device)
-{
-    if (QFile *file = qobject_cast<QFile *>(device))
-        return file->fileName();
-    return qobject_cast<PicIODevice *>(device) ? PicIODevice::devicePath() : QString();
 }
 
 QString magicText(const QByteArray &magic)
@@ -62,7 +54,7 @@ int InspectCommand::run(const CommandLine &options)
     int code = Success;
     for (const QString &key : keys) {
         const hmi::HwInfoHelper::EEPROM store = table.value(key);
-        stores.append(StoreInspection(key, store, devicePathOf(store.ioDev)));
+        stores.append(StoreInspection(key, store, UnitSurvey::devicePathOf(store.ioDev)));
         code = qMax(code, exitCodeOf(stores.last()));
     }
 

@@ -1,7 +1,5 @@
 #include "jsonvalue.h"
 
-#include <QTextStream>
-
 #include <cstdio>
 #include <cstdlib>
 

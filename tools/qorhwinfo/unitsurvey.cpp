@@ -70,9 +70,8 @@ UnitSurvey::Store UnitSurvey::store(const QString &key) const
     return Store();
 }
 
-QString UnitSurvey::devicePath(const QString &key) const
+QString UnitSurvey::devicePathOf(QIODevice *device)
 {
-    QIODevice *device = eeprom(key).ioDev;
     if (QFile *file = qobject_cast<QFile *>(device))
         return file->fileName();
     if (qobject_cast<PicIODevice *>(device))

@@ -49,7 +49,9 @@ public:
     /** The library's store of @p key, with its device, offset and room. */
     Eeprom eeprom(const QString &key) const { return m_helper.eeproms().value(key); }
     /** The device path behind a store, for people and manifests. */
-    QString devicePath(const QString &key) const;
+    QString devicePath(const QString &key) const { return devicePathOf(eeprom(key).ioDev); }
+    /** The path of a store's device: a file's name, or the carrier board memory's node. */
+    static QString devicePathOf(QIODevice *device);
 
     /** The record discovery would write for @p unit: the board serials and the hardware facts. */
     hmi::HwInfoHelper::Serials record(const QString &unit) const;
