@@ -1,8 +1,41 @@
 #include "debugmessage.h"
 
-#include <QtCore/QtGlobal>
-
 namespace hmi {
+
+#if QT_VERSION < 0x050000
+
+DebugMessage::DebugMessage(QtMsgType type)
+    : m_stream(type)
+{ }
+
+DebugMessage::~DebugMessage() { }
+
+DebugMessage &DebugMessage::operator<<(const char *text)
+{
+    m_stream << text;
+    return *this;
+}
+
+DebugMessage &DebugMessage::operator<<(const QString &text)
+{
+    m_stream << text;
+    return *this;
+}
+
+#else
+
+DebugMessage::DebugMessage(QtMsgType type)
+    : m_type(type)
+{ }
+
+DebugMessage::~DebugMessage()
+{
+    const QByteArray text = m_text.toUtf8();
+    if (m_type == QtCriticalMsg)
+        qCritical("%s", text.constData());
+    else
+        qDebug("%s", text.constData());
+}
 
 DebugMessage &DebugMessage::operator<<(const char *text)
 {
@@ -16,19 +49,6 @@ DebugMessage &DebugMessage::operator<<(const QString &text)
     return *this;
 }
 
-QString DebugMessage::text() const
-{
-    return m_text;
-}
-
-void DebugMessage::debug() const
-{
-    qDebug("%s", m_text.toUtf8().constData());
-}
-
-void DebugMessage::critical() const
-{
-    qCritical("%s", m_text.toUtf8().constData());
-}
+#endif
 
 } // namespace hmi

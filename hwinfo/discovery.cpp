@@ -68,7 +68,7 @@ void writeCache(HwInfoHelper::EEPROM &cache, const HwInfoHelper::Serials &serial
         const CreationMaskScope mask(cacheFileCreationMask);
         cache.save();
     } catch (QString &message) {
-        (DebugMessage() << "error while saving .serial file:" << message).debug();
+        DebugMessage(QtDebugMsg) << "error while saving .serial file:" << message;
         unitStatus |= HwInfoHelper::ERROR;
         cache.status |= HwInfoHelper::ERROR;
     }
@@ -95,7 +95,7 @@ void HwInfoHelper::discover()
         try {
             store.load();
         } catch (QString &message) {
-            (DebugMessage() << "void hmi::HwInfoHelper::discover()" << message).debug();
+            DebugMessage(QtDebugMsg) << "void hmi::HwInfoHelper::discover()" << message;
             store.status |= ERROR;
         }
     }

@@ -86,11 +86,11 @@ void HwInfoHelper::EEPROM::load()
 void HwInfoHelper::EEPROM::save() const
 {
     if (!ioDev->open(QIODevice::WriteOnly)) {
-        (DebugMessage() << "Error opening" << name << "eeprom ioDev:" << ioDev->errorString()).critical();
+        DebugMessage(QtCriticalMsg) << "Error opening" << name << "eeprom ioDev:" << ioDev->errorString();
         return;
     }
     if (!ioDev->seek(offset)) {
-        (DebugMessage() << "Error seeking" << name << "eeprom ioDev:" << ioDev->errorString()).critical();
+        DebugMessage(QtCriticalMsg) << "Error seeking" << name << "eeprom ioDev:" << ioDev->errorString();
         ioDev->close();
         return;
     }

@@ -7,7 +7,6 @@
 #include <qorutils/uiodevice.h>
 
 #include <QtCore/QMetaObject>
-#include <QtCore/QScopedPointer>
 
 namespace hmi {
 
@@ -51,14 +50,21 @@ HwInfoHelper::HwInfoHelper()
     : QObject(0)
     , d(0)
 {
-    QScopedPointer<HwInfoHelperPrivate> p(new HwInfoHelperPrivate);
-    p->eeproms = eepromsInit(this);
-    p->status = OK;
-    const QString mac = readSysFsAttribute(macAddressPath);
-    const QString com = readSysFsAttribute(comSerialPath);
-    const QString fpgaUid = readFpgaUid();
-    p->serials = Serials(QString(), 0, 0, fpgaUid, com, mac);
-    d = p.take();
+    // The private object is attached only once the hardware facts are read; if reading them throws, no
+    // helper exists and the private object must not outlive the attempt.
+    HwInfoHelperPrivate *p = new HwInfoHelperPrivate;
+    try {
+        p->eeproms = eepromsInit(this);
+        p->status = OK;
+        const QString mac = readSysFsAttribute(macAddressPath);
+        const QString com = readSysFsAttribute(comSerialPath);
+        const QString fpgaUid = readFpgaUid();
+        p->serials = Serials(QString(), 0, 0, fpgaUid, com, mac);
+    } catch (...) {
+        delete p;
+        throw;
+    }
+    d = p;
 }
 
 HwInfoHelper::~HwInfoHelper()

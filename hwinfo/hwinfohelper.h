@@ -79,7 +79,7 @@ public:
     };
 
     HwInfoHelper();
-    ~HwInfoHelper() override;
+    ~HwInfoHelper() QORHWINFO_OVERRIDE;
 
     QString mac() const;
     QString comSerial() const;

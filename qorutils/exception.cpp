@@ -20,14 +20,14 @@ Exception &Exception::operator=(const Exception &other)
     return *this;
 }
 
-Exception::~Exception() noexcept { }
+Exception::~Exception() QORUTILS_NOEXCEPT { }
 
 QString Exception::message() const
 {
     return m_message;
 }
 
-const char *Exception::what() const noexcept
+const char *Exception::what() const QORUTILS_NOEXCEPT
 {
     return m_utf8.constData();
 }

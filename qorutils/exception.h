@@ -21,10 +21,10 @@ public:
     explicit Exception(const QString &message);
     Exception(const Exception &other);
     Exception &operator=(const Exception &other);
-    ~Exception() noexcept override;
+    ~Exception() QORUTILS_NOEXCEPT QORUTILS_OVERRIDE;
 
     QString message() const;
-    const char *what() const noexcept override;
+    const char *what() const QORUTILS_NOEXCEPT QORUTILS_OVERRIDE;
 
 private:
     QString m_message;

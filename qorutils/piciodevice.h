@@ -16,22 +16,22 @@ class QORUTILS_EXPORT PicIODevice : public QIODevice
     Q_OBJECT
 public:
     explicit PicIODevice(QObject *parent = 0);
-    ~PicIODevice() override;
+    ~PicIODevice() QORUTILS_OVERRIDE;
 
     /** "/dev/qorpic0" */
     static QString devicePath();
 
-    bool open(OpenMode mode) override;
-    void close() override;
-    bool isSequential() const override;
+    bool open(OpenMode mode) QORUTILS_OVERRIDE;
+    void close() QORUTILS_OVERRIDE;
+    bool isSequential() const QORUTILS_OVERRIDE;
     /** The size of the memory, as the driver reports it; 0 when closed. */
-    qint64 size() const override;
+    qint64 size() const QORUTILS_OVERRIDE;
     /** Fails beyond the end of the memory. */
-    bool seek(qint64 pos) override;
+    bool seek(qint64 pos) QORUTILS_OVERRIDE;
 
 protected:
-    qint64 readData(char *data, qint64 maxSize) override;
-    qint64 writeData(const char *data, qint64 maxSize) override;
+    qint64 readData(char *data, qint64 maxSize) QORUTILS_OVERRIDE;
+    qint64 writeData(const char *data, qint64 maxSize) QORUTILS_OVERRIDE;
 
 private:
     Q_DISABLE_COPY(PicIODevice)

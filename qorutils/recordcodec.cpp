@@ -180,11 +180,12 @@ void PayloadWriter::appendMap(const QVariantMap &map, int depth)
 
 void PayloadWriter::appendValue(const QVariant &value, int depth)
 {
-    switch (value.type()) {
-    case QVariant::Invalid:
+    if (!value.isValid()) {
         appendTag(RecordCodec::InvalidTag);
-        break;
-    case QVariant::String: {
+        return;
+    }
+    switch (value.userType()) {
+    case QMetaType::QString: {
         const QString s = value.toString();
         if (s.isNull()) {
             appendTag(RecordCodec::NullStringTag);
@@ -194,30 +195,30 @@ void PayloadWriter::appendValue(const QVariant &value, int depth)
         }
         break;
     }
-    case QVariant::UInt:
+    case QMetaType::UInt:
         appendTag(RecordCodec::UInt32Tag);
         appendVarint(value.toUInt());
         break;
-    case QVariant::Int:
+    case QMetaType::Int:
         appendTag(RecordCodec::Int32Tag);
         appendVarint(zigzag(value.toInt()));
         break;
-    case QVariant::ULongLong:
+    case QMetaType::ULongLong:
         appendTag(RecordCodec::UInt64Tag);
         appendVarint(value.toULongLong());
         break;
-    case QVariant::LongLong:
+    case QMetaType::LongLong:
         appendTag(RecordCodec::Int64Tag);
         appendVarint(zigzag(value.toLongLong()));
         break;
-    case QVariant::Bool:
+    case QMetaType::Bool:
         appendTag(value.toBool() ? RecordCodec::TrueTag : RecordCodec::FalseTag);
         break;
-    case QVariant::ByteArray:
+    case QMetaType::QByteArray:
         appendTag(RecordCodec::ByteArrayTag);
         appendBytes(value.toByteArray());
         break;
-    case QVariant::Map:
+    case QMetaType::QVariantMap:
         appendMap(value.toMap(), depth);
         break;
     default:

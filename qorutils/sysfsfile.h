@@ -16,7 +16,7 @@ class QORUTILS_EXPORT SysFsFile : public QFile
     Q_OBJECT
 public:
     SysFsFile(const QString &path, QIODevice::OpenMode mode = QIODevice::ReadOnly, QObject *parent = 0);
-    ~SysFsFile() override;
+    ~SysFsFile() QORUTILS_OVERRIDE;
 
     /** The attribute's text without its trailing newline; empty when it cannot be read. */
     QString toString();

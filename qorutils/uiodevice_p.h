@@ -34,7 +34,7 @@ public:
     int fd;
     bool writable;
     QList<UioDevice::Map> maps;
-    QList<QPair<void *, size_t>> mappings;
+    QList<QPair<void *, size_t> > mappings;
 
 private:
     UioDevicePrivate(const UioDevicePrivate &);

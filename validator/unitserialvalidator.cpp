@@ -1,7 +1,23 @@
 #include "unitserialvalidator.h"
 
-#include <QtCore/QRegExp>
 #include <QtCore/QString>
+// Qt 6 keeps QRegExp in its Core5Compat module, whose headers are not under QtCore/.
+#include <QRegExp>
+
+namespace {
+
+QString withoutMatches(const QString &text, const QRegExp &pattern)
+{
+#if QT_VERSION >= 0x060000
+    return pattern.replaceIn(text, QString());
+#else
+    QString result = text;
+    result.replace(pattern, QString());
+    return result;
+#endif
+}
+
+} // namespace
 
 UnitSerialValidator::UnitSerialValidator(QObject *parent)
     : QValidator(parent)
@@ -22,9 +38,7 @@ QValidator::State UnitSerialValidator::validate(QString &input, int &pos) const
     const int distanceFromEnd = input.length() - pos;
     pos = distanceFromEnd;
 
-    QString number = input;
-    number.replace(leadingI, QString());
-    number.replace(leadingZeros, QString());
+    const QString number = withoutMatches(withoutMatches(input, leadingI), leadingZeros);
 
     if (!digits.exactMatch(number) || number.length() > 6) {
         return Invalid;

@@ -19,9 +19,9 @@ class QORHWINFO_EXPORT UnitSerialValidator : public QValidator
 
 public:
     explicit UnitSerialValidator(QObject *parent);
-    ~UnitSerialValidator() override;
+    ~UnitSerialValidator() QORHWINFO_OVERRIDE;
 
-    State validate(QString &input, int &pos) const override;
+    State validate(QString &input, int &pos) const QORHWINFO_OVERRIDE;
 
 private:
     Q_DISABLE_COPY(UnitSerialValidator)

@@ -49,7 +49,7 @@ QList<Seed> valueFrames()
     nested.insert(QStringLiteral("inner"), QVariant(QVariantMap()));
     nested.insert(QStringLiteral("text"), QString::fromUtf8("Ger\xc3\xa4t \xf0\x9f\x98\x80"));
 
-    const QList<QPair<QString, QVariant>> values {
+    const QList<QPair<QString, QVariant> > values {
         { QStringLiteral("invalid"), QVariant() },
         { QStringLiteral("null-string"), QVariant(QString()) },
         { QStringLiteral("empty-string"), QVariant(QStringLiteral("")) },

@@ -84,7 +84,7 @@ void addUnitSerial(const Helper &helper, QJsonObject &report)
 // The helper owns its stores' devices through QObject parenthood and nothing else may keep them alive.
 void destroyAndCountDevices(Helper *helper, QJsonObject &report)
 {
-    QList<QPointer<QIODevice>> devices;
+    QList<QPointer<QIODevice> > devices;
     int owned = 0;
     for (const Helper::EEPROM &store : helper->eeproms()) {
         devices.append(store.ioDev);

@@ -1,4 +1,5 @@
 #include "linetokenizer.h"
+#include "qtcompat.h"
 
 #include "parseerror.h"
 

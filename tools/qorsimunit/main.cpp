@@ -2,6 +2,7 @@
 
 #include "linetokenizer.h"
 #include "parseerror.h"
+#include "qtcompat.h"
 #include "recordfields.h"
 #include "unitbuilder.h"
 #include "unitparser.h"

@@ -1,4 +1,5 @@
 #include "numbertext.h"
+#include "qtcompat.h"
 
 #include "parseerror.h"
 

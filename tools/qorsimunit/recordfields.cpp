@@ -1,4 +1,5 @@
 #include "recordfields.h"
+#include "qtcompat.h"
 
 #include "numbertext.h"
 #include "parseerror.h"

@@ -1,4 +1,5 @@
 #include "storelayout.h"
+#include "qtcompat.h"
 
 StoreLayout::StoreLayout(const QString &key, const QString &path, qint64 defaultSize, qint64 recordOffset)
     : m_key(key)

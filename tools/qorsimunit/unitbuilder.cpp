@@ -1,4 +1,5 @@
 #include "unitbuilder.h"
+#include "qtcompat.h"
 
 #include "storeimagecomposer.h"
 
@@ -124,7 +125,7 @@ void UnitBuilder::writeSandboxConf()
         throw QStringLiteral("cannot write %1: %2").arg(conf.fileName(), conf.errorString());
     conf.write("# Written by qorsimunit. <bind|ro-bind|full-tmpfs> <path under this directory> <path in the "
                "sandbox>\n");
-    for (const QString &line : qAsConst(m_binds))
+    for (const QString &line : m_binds)
         conf.write(line.toUtf8() + '\n');
     if (!conf.flush())
         throw QStringLiteral("cannot write %1: %2").arg(conf.fileName(), conf.errorString());

@@ -1,4 +1,5 @@
 #include "unitparser.h"
+#include "qtcompat.h"
 
 #include "numbertext.h"
 #include "parseerror.h"
@@ -153,7 +154,7 @@ void UnitParser::parseStore(QList<Token> tokens, int line)
 
 StoreImage UnitParser::parseStoreContent(const QList<Token> &tokens, int line) const
 {
-    static const QList<QPair<QString, StoreImage::Kind>> plainKinds = {
+    static const QList<QPair<QString, StoreImage::Kind> > plainKinds = {
         { QStringLiteral("blank-ff"), StoreImage::BlankFF },
         { QStringLiteral("blank-00"), StoreImage::Blank00 },
         { QStringLiteral("empty"), StoreImage::Empty },

@@ -1,24 +1,41 @@
+// An application of the instrument: C++98 under Qt 4, and whatever its Qt needs under Qt 5 and 6. It
+// includes every installed header, so that each of them is compiled the way such an application would.
 #include <qorhwinfo/hwinfohelper.h>
 #include <qorhwinfo/unitserialvalidator.h>
+#include <qorutils/devicedescriptor.h>
+#include <qorutils/exception.h>
+#include <qorutils/frameheader.h>
+#include <qorutils/piciodevice.h>
 #include <qorutils/romstorage.h>
+#include <qorutils/sysfsfile.h>
+#include <qorutils/uiodevice.h>
 
-#include <QBuffer>
+#include <QtCore/QBuffer>
 
 int main()
 {
-    QString text = QStringLiteral("12");
+    QString text = QLatin1String("12");
     int pos = 2;
-    UnitSerialValidator validator(nullptr);
+    UnitSerialValidator validator(0);
     if (validator.validate(text, pos) != QValidator::Acceptable || text != QLatin1String("I000012"))
         return 1;
+
+    hmi::HwInfoHelper::Serials written;
+    written.unit = text;
+    QVariantMap record;
+    written.writeTo(record);
 
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
-    ROMStorage(QVariant(QVariantMap { { QStringLiteral("unit"), QStringLiteral("I000012") } }))
-        .saveTo(buffer, 112);
+    ROMStorage(QVariant(record)).saveTo(buffer, 112);
     buffer.close();
     buffer.open(QIODevice::ReadOnly);
     const hmi::HwInfoHelper::Serials serials(ROMStorage(buffer).payload().toMap());
-    return serials.unit == text ? 0 : 1;
+    if (!FrameHeader(bytes).isComplete())
+        return 1;
+    try {
+        throw hmi::Exception(QLatin1String("thrown and caught across the library boundary"));
+    } catch (const hmi::Exception &) { }
+    return serials.unit == text && hmi::HwInfoHelper::statusMetaEnum().isValid() ? 0 : 1;
 }

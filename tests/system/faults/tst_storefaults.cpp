@@ -137,7 +137,7 @@ void StoreFaultsTest::addBoardFaults(const QString &key, const QString &failedSt
                                      const QString &openError)
 {
     const QString name = label(key);
-    const QList<QPair<QString, QString>> faults {
+    const QList<QPair<QString, QString> > faults {
         { QStringLiteral("unreadable"),
           name + QStringLiteral(": could not open io device for reading: ") + openError },
         { QStringLiteral("missing"),
@@ -163,7 +163,7 @@ void StoreFaultsTest::addCacheFileFaults()
         << QStringList { cannotOpen(QStringLiteral("file"), QStringLiteral("file to open is a directory")),
                          cacheNotOpened(QStringLiteral("Is a directory")) }
         << CacheUntouched << QString();
-    const QList<QPair<QString, QString>> faults {
+    const QList<QPair<QString, QString> > faults {
         { QStringLiteral("blank-ff"), QStringLiteral("Serials File: is blank") },
         { QStringLiteral("blank-00"), QStringLiteral("Serials File: is blank") },
         { QStringLiteral("empty"), QStringLiteral("Serials File: empty file") },

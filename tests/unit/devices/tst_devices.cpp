@@ -9,10 +9,10 @@
 #include <qorutils/sysfsfile.h>
 #include <qorutils/uiodevice.h>
 
+#include "qtestcompat.h"
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QtEndian>
-#include <QtTest>
 
 namespace {
 

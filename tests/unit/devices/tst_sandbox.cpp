@@ -3,7 +3,7 @@
 
 #include "sandbox.h"
 
-#include <QtTest>
+#include "qtestcompat.h"
 
 class TestSandbox : public QObject
 {

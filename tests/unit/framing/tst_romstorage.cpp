@@ -4,8 +4,8 @@
 #include <qorutils/frameheader.h>
 #include <qorutils/romstorage.h>
 
+#include "qtestcompat.h"
 #include <QtCore/QFile>
-#include <QtTest/QtTest>
 
 #include <zlib.h>
 
@@ -55,12 +55,12 @@ QByteArray frameAround(const QByteArray &payload, char version = 1, char flags =
 
 QVariantMap referenceRecord()
 {
-    return QVariantMap { { QStringLiteral("unit"), QStringLiteral("I123456") },
-                         { QStringLiteral("cb"), 1234567u },
-                         { QStringLiteral("bf"), 7654321u },
-                         { QStringLiteral("fpgaUid"), QStringLiteral("0a5f") },
-                         { QStringLiteral("com"), QStringLiteral("ABC123456789") },
-                         { QStringLiteral("mac"), QStringLiteral("02:fc:00:00:00:01") } };
+    return variantMap({ { QStringLiteral("unit"), QStringLiteral("I123456") },
+                        { QStringLiteral("cb"), 1234567u },
+                        { QStringLiteral("bf"), 7654321u },
+                        { QStringLiteral("fpgaUid"), QStringLiteral("0a5f") },
+                        { QStringLiteral("com"), QStringLiteral("ABC123456789") },
+                        { QStringLiteral("mac"), QStringLiteral("02:fc:00:00:00:01") } });
 }
 
 // The worked example of docs/record-format.md.
@@ -77,7 +77,7 @@ QVariant nestedMaps(int levels)
 {
     QVariant value = QVariantMap();
     for (int i = 1; i < levels; ++i)
-        value = QVariantMap { { QStringLiteral("k"), value } };
+        value = variantMap({ { QStringLiteral("k"), value } });
     return value;
 }
 
@@ -161,8 +161,8 @@ void TestROMStorage::encoding_data()
     QTest::newRow("false") << QVariant(false) << QByteArray("07");
     QTest::newRow("bytes") << QVariant(QByteArray("\x00\xff", 2)) << QByteArray("09 02 00ff");
     // UTF-16 order puts U+1F600 (D83D DE00) before U+FF01, although its UTF-8 bytes sort after.
-    QTest::newRow("keys in UTF-16 order") << QVariant(QVariantMap {
-        { QString::fromUtf8("\xef\xbc\x81"), true }, { QString::fromUtf8("\xf0\x9f\x98\x80"), false } })
+    QTest::newRow("keys in UTF-16 order") << QVariant(variantMap(
+        { { QString::fromUtf8("\xef\xbc\x81"), true }, { QString::fromUtf8("\xf0\x9f\x98\x80"), false } }))
                                           << QByteArray("0a 02 04f09f9880 07 03efbc81 08");
 }
 
@@ -350,7 +350,7 @@ void TestROMStorage::writeFailures_data()
     QTest::newRow("double") << QVariant(1.5) << INT_MAX << qint64(-1) << QStringLiteral("double") << true;
     QTest::newRow("list") << QVariant(QVariantList()) << INT_MAX << qint64(-1)
                           << QStringLiteral("QVariantList") << true;
-    QTest::newRow("double inside a map") << QVariant(QVariantMap { { QStringLiteral("x"), 2.5 } }) << INT_MAX
+    QTest::newRow("double inside a map") << QVariant(variantMap({ { QStringLiteral("x"), 2.5 } })) << INT_MAX
                                          << qint64(-1) << QStringLiteral("double") << true;
     QTest::newRow("maps 9 deep") << nestedMaps(9) << INT_MAX << qint64(-1) << QStringLiteral("8 levels")
                                  << true;
@@ -390,7 +390,7 @@ void TestROMStorage::fullDiskIsReported()
     // Qt takes the write into its buffer; the full disk only shows when the buffer is flushed.
     QFile full(QStringLiteral("/dev/full"));
     if (!full.open(QIODevice::WriteOnly))
-        QSKIP("/dev/full is not available");
+        QOR_SKIP("/dev/full is not available");
 
     try {
         ROMStorage(referenceRecord()).saveTo(full, INT_MAX);

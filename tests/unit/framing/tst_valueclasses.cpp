@@ -1,7 +1,7 @@
 #include <qorutils/devicedescriptor.h>
 #include <qorutils/exception.h>
 
-#include <QtTest/QtTest>
+#include "qtestcompat.h"
 
 // The small value classes of libqorutils: a board descriptor's serial and the device-access exception.
 class TestValueClasses : public QObject
@@ -20,10 +20,10 @@ void TestValueClasses::descriptorSerial_data()
 
     const QString key = QStringLiteral("serial");
     QTest::newRow("absent") << QVariantMap() << 0u;
-    QTest::newRow("uint") << QVariantMap { { key, 7654321u } } << 7654321u;
-    QTest::newRow("numeric text") << QVariantMap { { key, QStringLiteral("1234") } } << 1234u;
-    QTest::newRow("text that is no number") << QVariantMap { { key, QStringLiteral("12ab") } } << 0u;
-    QTest::newRow("other keys only") << QVariantMap { { QStringLiteral("cb"), 5u } } << 0u;
+    QTest::newRow("uint") << variantMap({ { key, 7654321u } }) << 7654321u;
+    QTest::newRow("numeric text") << variantMap({ { key, QStringLiteral("1234") } }) << 1234u;
+    QTest::newRow("text that is no number") << variantMap({ { key, QStringLiteral("12ab") } }) << 0u;
+    QTest::newRow("other keys only") << variantMap({ { QStringLiteral("cb"), 5u } }) << 0u;
 }
 
 void TestValueClasses::descriptorSerial()

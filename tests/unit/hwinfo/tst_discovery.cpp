@@ -1,11 +1,12 @@
 #include "fakedevice.h"
 #include "hwinfohelper_p.h"
+#include "intsignalcallback.h"
 #include "messagelog.h"
 
 #include <qorhwinfo/hwinfohelper.h>
 #include <qorutils/romstorage.h>
 
-#include <QtTest/QtTest>
+#include "qtestcompat.h"
 
 #include <sys/stat.h>
 
@@ -162,11 +163,11 @@ public:
 
 QHash<QString, QByteArray> healthyUnit()
 {
-    return { { QStringLiteral("bf"), bfMemory(adoptedSerial) },
-             { QStringLiteral("cb"), cbMemory(adoptedSerial) },
-             { QStringLiteral("com"), memory(adoptedSerial) },
-             { QStringLiteral("ut"), memory(QString(), 77u) },
-             { QStringLiteral("file"), missing } };
+    return mapOf<QHash<QString, QByteArray> >({ { QStringLiteral("bf"), bfMemory(adoptedSerial) },
+                                                { QStringLiteral("cb"), cbMemory(adoptedSerial) },
+                                                { QStringLiteral("com"), memory(adoptedSerial) },
+                                                { QStringLiteral("ut"), memory(QString(), 77u) },
+                                                { QStringLiteral("file"), missing } });
 }
 
 } // namespace
@@ -233,11 +234,12 @@ void TestDiscovery::scenario()
     QFETCH(QString, adopted);
     QFETCH(QStringList, errors);
     QFETCH(bool, written);
-    const QHash<QString, QByteArray> contents { { QStringLiteral("bf"), bf },
-                                                { QStringLiteral("cb"), cb },
-                                                { QStringLiteral("com"), com },
-                                                { QStringLiteral("ut"), ut },
-                                                { QStringLiteral("file"), file } };
+    const QHash<QString, QByteArray> contents
+        = mapOf<QHash<QString, QByteArray> >({ { QStringLiteral("bf"), bf },
+                                               { QStringLiteral("cb"), cb },
+                                               { QStringLiteral("com"), com },
+                                               { QStringLiteral("ut"), ut },
+                                               { QStringLiteral("file"), file } });
     Unit unit(contents);
     QList<QByteArray> expectedLog;
     for (const QString &key : unit.order) {
@@ -287,7 +289,7 @@ void TestDiscovery::saveFailureMarksUnitError()
     Unit unit(healthyUnit());
     FakeDevice *cache = unit.device("file");
     cache->writeRoom = 0;
-    QSignalSpy stepSpy(&unit.helper, &HwInfoHelper::progressCurStepChanged);
+    QSignalSpy stepSpy(&unit.helper, SIGNAL(progressCurStepChanged(int)));
     MessageLog log;
 
     unit.helper.discover();
@@ -300,7 +302,7 @@ void TestDiscovery::saveFailureMarksUnitError()
     QCOMPARE(unit.helper.status(QStringLiteral("file")), error);
     QVERIFY_EXCEPTION_THROWN(unit.helper.unitSerial(), HwInfoHelper::StatusFlags);
     QCOMPARE(unit.d->serials.unit, adoptedSerial);
-    QCOMPARE(unit.helper.probableSerials(), QList<QString> { adoptedSerial });
+    QCOMPARE(unit.helper.probableSerials(), QList<QString>() << adoptedSerial);
     QCOMPARE(QVariantMap(unit.d->eeproms.value(QStringLiteral("file")).descriptor),
              cacheRecord(adoptedSerial, 815u, 4711u));
     QCOMPARE(steps(stepSpy), allSteps);
@@ -326,12 +328,12 @@ void TestDiscovery::progress()
     int stepsSeen = 0;
     bool resetSeen = false;
     QStringList problems;
-    connect(&helper, &HwInfoHelper::progressStepCountChanged, this, [&](int) {
+    IntSignalCallback onStepCount(&helper, SIGNAL(progressStepCountChanged(int)), [&](int) {
         resetSeen = stepsSeen == 0 && helper.unitSerial().isNull() && helper.probableSerials().isEmpty()
             && helper.bfSerial() == 0 && helper.cbSerial() == 0 && helper.status() == ok;
     });
     // Each store's step comes after the loads of the stores before it and before its own, with its status OK.
-    connect(&helper, &HwInfoHelper::progressCurStepChanged, this, [&](int step) {
+    IntSignalCallback onStep(&helper, SIGNAL(progressCurStepChanged(int)), [&](int step) {
         ++stepsSeen;
         for (int k = 0; k < unit.order.size(); ++k) {
             const QString &key = unit.order.at(k);
@@ -343,8 +345,8 @@ void TestDiscovery::progress()
         if (step < unit.order.size() && helper.status(unit.order.at(step)) != ok)
             problems.append(QStringLiteral("at step %1 the store's status is not OK").arg(step));
     });
-    QSignalSpy countSpy(&helper, &HwInfoHelper::progressStepCountChanged);
-    QSignalSpy stepSpy(&helper, &HwInfoHelper::progressCurStepChanged);
+    QSignalSpy countSpy(&helper, SIGNAL(progressStepCountChanged(int)));
+    QSignalSpy stepSpy(&helper, SIGNAL(progressCurStepChanged(int)));
 
     helper.discover();
 

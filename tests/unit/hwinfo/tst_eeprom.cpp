@@ -4,7 +4,7 @@
 #include <qorhwinfo/hwinfohelper.h>
 #include <qorutils/romstorage.h>
 
-#include <QtTest/QtTest>
+#include "qtestcompat.h"
 
 #include <climits>
 

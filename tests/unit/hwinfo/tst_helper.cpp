@@ -3,7 +3,7 @@
 #include <qorhwinfo/hwinfohelper.h>
 #include <qorutils/piciodevice.h>
 
-#include <QtTest/QtTest>
+#include "qtestcompat.h"
 
 using hmi::HwInfoHelper;
 using hmi::HwInfoHelperPrivate;
@@ -72,7 +72,7 @@ void TestHelper::storeTable()
 
 void TestHelper::storeDevicesBelongToTheParent()
 {
-    QList<QPointer<QIODevice>> devices;
+    QList<QPointer<QIODevice> > devices;
     {
         QObject parent;
         for (int call = 0; call < 2; ++call) {

@@ -1,6 +1,6 @@
 #include <qorhwinfo/hwinfohelper.h>
 
-#include <QtTest/QtTest>
+#include "qtestcompat.h"
 
 using Serials = hmi::HwInfoHelper::Serials;
 
@@ -21,7 +21,7 @@ private Q_SLOTS:
 
 namespace {
 
-QVariantMap entries(std::initializer_list<std::pair<const char *, QVariant>> list)
+QVariantMap entries(std::initializer_list<std::pair<const char *, QVariant> > list)
 {
     QVariantMap map;
     for (const auto &entry : list)

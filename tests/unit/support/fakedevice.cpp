@@ -1,4 +1,5 @@
 #include "fakedevice.h"
+#include "qtcompat.h"
 
 #include <cstring>
 #include <sys/stat.h>

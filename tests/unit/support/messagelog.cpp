@@ -4,9 +4,27 @@
 
 MessageLog *MessageLog::s_active = nullptr;
 
+namespace {
+
+#if QT_VERSION < 0x050000
+void handle(QtMsgType type, const char *text)
+{
+    MessageLog::record(type, QByteArray(text));
+}
+#define qorInstallHandler qInstallMsgHandler
+#else
+void handle(QtMsgType type, const QMessageLogContext &, const QString &text)
+{
+    MessageLog::record(type, text.toUtf8());
+}
+#define qorInstallHandler qInstallMessageHandler
+#endif
+
+} // namespace
+
 MessageLog::MessageLog()
     : m_outer(s_active)
-    , m_previous(qInstallMessageHandler(&MessageLog::handle))
+    , m_previous(qorInstallHandler(&handle))
 {
     s_active = this;
 }
@@ -14,7 +32,7 @@ MessageLog::MessageLog()
 MessageLog::~MessageLog()
 {
     s_active = m_outer;
-    qInstallMessageHandler(m_previous);
+    qorInstallHandler(m_previous);
 }
 
 QList<QByteArray> MessageLog::texts(QtMsgType type) const
@@ -27,7 +45,7 @@ QList<QByteArray> MessageLog::texts(QtMsgType type) const
     return result;
 }
 
-void MessageLog::handle(QtMsgType type, const QMessageLogContext &, const QString &text)
+void MessageLog::record(QtMsgType type, const QByteArray &text)
 {
-    s_active->m_entries.append(qMakePair(type, text.toUtf8()));
+    s_active->m_entries.append(qMakePair(type, text));
 }

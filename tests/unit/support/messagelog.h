@@ -3,6 +3,7 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
+#include <QtCore/QPair>
 #include <QtCore/QtGlobal>
 
 /**
@@ -15,18 +16,27 @@ public:
     MessageLog();
     ~MessageLog();
 
-    /** The texts of the messages of @p type, in the order they came, as UTF-8 bytes. */
+    /**
+     * The texts of the messages of @p type, in the order they came: the bytes that Qt 4 hands a message
+     * handler, and the UTF-8 of the text that Qt 5 and 6 hand it.
+     */
     QList<QByteArray> texts(QtMsgType type) const;
     int count() const { return m_entries.size(); }
 
+    /** What the installed message handler calls. */
+    static void record(QtMsgType type, const QByteArray &text);
+
 private:
     Q_DISABLE_COPY(MessageLog)
-    static void handle(QtMsgType type, const QMessageLogContext &context, const QString &text);
 
     static MessageLog *s_active;
     MessageLog *m_outer;
+#if QT_VERSION < 0x050000
+    QtMsgHandler m_previous;
+#else
     QtMessageHandler m_previous;
-    QList<QPair<QtMsgType, QByteArray>> m_entries;
+#endif
+    QList<QPair<QtMsgType, QByteArray> > m_entries;
 };
 
 #endif

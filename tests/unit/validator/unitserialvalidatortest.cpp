@@ -1,8 +1,15 @@
 #include <qorhwinfo/unitserialvalidator.h>
 
+#include "qtestcompat.h"
+
+#include <QLineEdit>
 #include <QtTest/QTest>
 #include <QtTest/QTestEventList>
-#include <QtWidgets/QLineEdit>
+
+#if QT_VERSION < 0x050000
+// Qt 5 registers the enumeration itself.
+Q_DECLARE_METATYPE(QValidator::State)
+#endif
 
 /**
  * Checks the validator on its own, call by call, and in a line edit driven by key presses the way a
