@@ -250,7 +250,7 @@ void SystemToolTest::commands_data()
 {
     QTest::addColumn<QString>("unit");
     QTest::addColumn<QStringList>("steps"); // command lines run one after the other on the unit
-    QTest::addColumn<QList<int>>("exitCodes"); // of each step
+    QTest::addColumn<QList<int> >("exitCodes"); // of each step
     QTest::addColumn<QStringList>("lines"); // on the last step's stdout, in this order
 
     const QString full = healthyUnitWith(QStringList() << "cache_dir full");

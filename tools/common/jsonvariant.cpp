@@ -81,7 +81,7 @@ QVariant fromValue(const json_t *value)
         QVariantMap map;
         const char *key;
         json_t *member;
-        json_object_foreach (const_cast<json_t *>(value), key, member)
+        json_object_foreach(const_cast<json_t *>(value), key, member)
             map.insert(QString::fromUtf8(key), fromValue(member));
         return map;
     }
