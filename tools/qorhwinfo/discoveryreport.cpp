@@ -1,5 +1,8 @@
 #include "discoveryreport.h"
 
+#include "exitcode.h"
+#include "serialform.h"
+
 #include <QMetaEnum>
 
 DiscoveryReport::DiscoveryReport()
@@ -31,4 +34,24 @@ QString DiscoveryReport::statusText(Status status)
         return QString::fromLatin1(key);
     const QByteArray keys = meta.valueToKeys(value);
     return keys.isEmpty() ? QString::number(value) : QString::fromLatin1(keys);
+}
+
+QStringList DiscoveryReport::malformedStores() const
+{
+    QStringList keys;
+    for (const Store &candidate : stores) {
+        const QVariant unit = candidate.record.value(QLatin1String("unit"));
+        if (candidate.record.contains(QLatin1String("unit")) && !SerialForm::isWellFormed(unit.toString()))
+            keys.append(candidate.key);
+    }
+    return keys;
+}
+
+int DiscoveryReport::exitCode() const
+{
+    if (!malformedStores().isEmpty())
+        return Malformed;
+    if (unitStatus != hmi::HwInfoHelper::OK)
+        return UnitError;
+    return hasUnitSerial() ? Success : Problem;
 }

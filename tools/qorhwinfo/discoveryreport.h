@@ -1,6 +1,8 @@
 #ifndef QORHWINFO_TOOL_DISCOVERYREPORT_H
 #define QORHWINFO_TOOL_DISCOVERYREPORT_H
 
+#include "votecount.h"
+
 #include <qorhwinfo/hwinfohelper.h>
 
 #include <QList>
@@ -10,8 +12,9 @@
 
 /**
  * What one discovery found, as plain values that a printer can lay out in any order: the unit serial or
- * the candidates, each store with its status and record, what became of the serials cache file, the
- * hardware facts and the overall status.
+ * the candidates, each store with its status and record, what became of the serials cache file and why
+ * it could not be written, the hardware facts, the overall status, the malformed serials, and the exit
+ * status that says what an application would see.
  */
 class DiscoveryReport
 {
@@ -28,12 +31,8 @@ public:
         QStringList notes;
     };
 
-    struct Candidate
-    {
-        QString serial;
-        /** Keys of the stores whose record named the serial, in the order they voted. */
-        QStringList voters;
-    };
+    /** Most votes first; tied candidates by serial, so that every run prints the same. */
+    typedef VoteCount::Candidate Candidate;
 
     enum CacheOutcome { CacheUnchanged, CacheWritten, CacheWriteFailed };
 
@@ -45,6 +44,10 @@ public:
     bool hasCandidates() const { return !candidates.isEmpty(); }
     const Store *store(const QString &key) const;
     QString labelOf(const QString &key) const;
+    /** The keys of the stores whose record names a serial that is not "I" and six digits. */
+    QStringList malformedStores() const;
+    /** UnitError when unitSerial() throws, Malformed, NoUnitSerial, or Success. */
+    int exitCode() const;
 
     /** "OK", "ERROR", or the flags' number when the status enumeration has no name for them. */
     static QString statusText(Status status);
@@ -53,6 +56,8 @@ public:
     QList<Candidate> candidates;
     QList<Store> stores;
     CacheOutcome cache;
+    /** Why the cache file could not be written, e.g. "... No space left on device". */
+    QString cacheError;
 
     QString mac;
     QString comSerial;

@@ -16,7 +16,7 @@ const char *const votingStoreKeys[] = { "bf", "cb", "com", "file" };
 // report wants only <what>.
 QString noteText(const QString &message)
 {
-    static const QString prefix = QStringLiteral("void hmi::HwInfoHelper::discover() \"");
+    static const QString prefix = QLatin1String("void hmi::HwInfoHelper::discover() \"");
     const QString trimmed = message.trimmed();
     if (trimmed.startsWith(prefix) && trimmed.endsWith(QLatin1Char('"')))
         return trimmed.mid(prefix.size(), trimmed.size() - prefix.size() - 1);
@@ -42,14 +42,12 @@ DiscoveryReport DiscoveryRun::run()
     m_recordsTaken = false;
     m_loadedRecords.clear();
 
-    connect(&m_helper, &hmi::HwInfoHelper::progressStepCountChanged, this, &DiscoveryRun::noteStepCount);
-    connect(&m_helper, &hmi::HwInfoHelper::progressCurStepChanged, this, &DiscoveryRun::noteStep);
+    connect(&m_helper, SIGNAL(progressStepCountChanged(int)), this, SLOT(noteStepCount(int)));
+    connect(&m_helper, SIGNAL(progressCurStepChanged(int)), this, SLOT(noteStep(int)));
     if (m_progressBar) {
         m_progressBar->setStepTexts(progressTexts());
-        connect(&m_helper, &hmi::HwInfoHelper::progressStepCountChanged, m_progressBar,
-                &ProgressBar::setStepCount);
-        connect(&m_helper, &hmi::HwInfoHelper::progressCurStepChanged, m_progressBar,
-                &ProgressBar::setCurrentStep);
+        connect(&m_helper, SIGNAL(progressStepCountChanged(int)), m_progressBar, SLOT(setStepCount(int)));
+        connect(&m_helper, SIGNAL(progressCurStepChanged(int)), m_progressBar, SLOT(setCurrentStep(int)));
     }
 
     m_helper.discover();
@@ -63,7 +61,8 @@ DiscoveryReport DiscoveryRun::run()
         takeLoadedRecords();
 
     DiscoveryReport report;
-    report.stores = stores();
+    report.cacheError = cacheError();
+    report.stores = stores(report.cacheError);
     report.candidates = candidates();
     report.unitSerial = adoptedSerial();
     report.cache = cacheOutcome(report);
@@ -100,22 +99,23 @@ QStringList DiscoveryRun::progressTexts() const
     QStringList texts;
     const QHash<QString, hmi::HwInfoHelper::EEPROM> &eeproms = m_helper.eeproms();
     for (const QString &key : storeKeysInLoadOrder())
-        texts.append(QStringLiteral("Reading %1").arg(eeproms.value(key).name));
-    texts.append(QStringLiteral("Voting on the unit serial"));
-    texts.append(QStringLiteral("Done"));
+        texts.append(QString::fromLatin1("Reading %1").arg(eeproms.value(key).name));
+    texts.append(QLatin1String("Voting on the unit serial"));
+    texts.append(QLatin1String("Done"));
     return texts;
 }
 
 void DiscoveryRun::takeLoadedRecords()
 {
     const QHash<QString, hmi::HwInfoHelper::EEPROM> &eeproms = m_helper.eeproms();
-    for (auto it = eeproms.constBegin(); it != eeproms.constEnd(); ++it)
+    for (QHash<QString, hmi::HwInfoHelper::EEPROM>::const_iterator it = eeproms.constBegin();
+         it != eeproms.constEnd(); ++it)
         m_loadedRecords.insert(it.key(), it->descriptor);
     m_firstSaveMessage = m_log.messages().size();
     m_recordsTaken = true;
 }
 
-QList<DiscoveryReport::Store> DiscoveryRun::stores() const
+QList<DiscoveryReport::Store> DiscoveryRun::stores(const QString &cacheError) const
 {
     QList<DiscoveryReport::Store> stores;
     const QHash<QString, hmi::HwInfoHelper::EEPROM> &eeproms = m_helper.eeproms();
@@ -129,6 +129,8 @@ QList<DiscoveryReport::Store> DiscoveryRun::stores() const
         store.status = eeprom.status;
         store.record = eeprom.descriptor;
         store.notes = notesAbout(eeprom.name);
+        if (key == QLatin1String(cacheStoreKey) && !cacheError.isEmpty())
+            store.notes.append(QLatin1String("could not be written: ") + cacheError);
         stores.append(store);
     }
     return stores;
@@ -147,21 +149,31 @@ QStringList DiscoveryRun::notesAbout(const QString &label) const
     return notes;
 }
 
+// The library's candidates, with the stores that named each, in an order that does not change between runs.
 QList<DiscoveryReport::Candidate> DiscoveryRun::candidates() const
 {
-    QList<DiscoveryReport::Candidate> candidates;
-    for (const QString &serial : m_helper.probableSerials()) {
-        DiscoveryReport::Candidate candidate;
-        candidate.serial = serial;
-        for (const char *key : votingStoreKeys) {
-            const QVariantMap record = m_loadedRecords.value(QLatin1String(key));
-            if (record.contains(QLatin1String(recordUnitKey))
-                && record.value(QLatin1String(recordUnitKey)).toString() == serial)
-                candidate.voters.append(QLatin1String(key));
-        }
-        candidates.append(candidate);
+    const QList<QString> probable = m_helper.probableSerials();
+    VoteCount votes;
+    for (const char *key : votingStoreKeys) {
+        const QVariantMap record = m_loadedRecords.value(QLatin1String(key));
+        const QString serial = record.value(QLatin1String(recordUnitKey)).toString();
+        if (record.contains(QLatin1String(recordUnitKey)) && probable.contains(serial))
+            votes.cast(QLatin1String(key), serial);
     }
-    return candidates;
+    return votes.candidates();
+}
+
+// The library says why the cache write failed only in its log: «error while saving .serial file: "<why>" ».
+QString DiscoveryRun::cacheError() const
+{
+    static const QString prefix = QLatin1String("error while saving .serial file: \"");
+    const QStringList messages = m_log.messages().mid(m_firstSaveMessage);
+    for (const QString &message : messages) {
+        const QString trimmed = message.trimmed();
+        if (trimmed.startsWith(prefix) && trimmed.endsWith(QLatin1Char('"')))
+            return trimmed.mid(prefix.size(), trimmed.size() - prefix.size() - 1);
+    }
+    return QString();
 }
 
 // unitSerial() refuses to answer when the cache write failed, yet the serial was adopted all the same.

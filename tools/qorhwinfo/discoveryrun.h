@@ -35,9 +35,10 @@ private:
     QStringList progressTexts() const;
     void takeLoadedRecords();
 
-    QList<DiscoveryReport::Store> stores() const;
+    QList<DiscoveryReport::Store> stores(const QString &cacheError) const;
     QStringList notesAbout(const QString &label) const;
     QList<DiscoveryReport::Candidate> candidates() const;
+    QString cacheError() const;
     QString adoptedSerial() const;
     DiscoveryReport::CacheOutcome cacheOutcome(const DiscoveryReport &report) const;
 

@@ -1,81 +1,77 @@
 #include "jsonreport.h"
 
-#include <QJsonArray>
-
-namespace {
-
-QJsonValue nullableText(const QString &text)
-{
-    return text.isNull() ? QJsonValue(QJsonValue::Null) : QJsonValue(text);
-}
-
-} // namespace
+#include "jsonvalue.h"
 
 JsonReport::JsonReport(const DiscoveryReport &report)
     : m_report(report)
 { }
 
-QJsonDocument JsonReport::document() const
+json_t *JsonReport::document() const
 {
-    QJsonObject root;
-    root.insert(QStringLiteral("unitSerial"),
-                m_report.hasUnitSerial() ? QJsonValue(m_report.unitSerial) : QJsonValue(QJsonValue::Null));
-    root.insert(QStringLiteral("candidates"), candidates());
-    root.insert(QStringLiteral("stores"), stores());
-    root.insert(QStringLiteral("serialsCache"), cacheOutcomeText(m_report.cache));
-    root.insert(QStringLiteral("hardware"), hardware());
-    root.insert(QStringLiteral("unitStatus"), DiscoveryReport::statusText(m_report.unitStatus));
-    root.insert(QStringLiteral("globalStatus"), DiscoveryReport::statusText(m_report.globalStatus));
-    return QJsonDocument(root);
+    json_t *root = Json::document();
+    Json::set(root, "unitSerial", m_report.hasUnitSerial() ? Json::text(m_report.unitSerial) : json_null());
+    Json::set(root, "candidates", candidates());
+    Json::set(root, "stores", stores());
+    Json::set(root, "serialsCache", Json::text(cacheOutcomeText(m_report.cache)));
+    Json::set(root, "serialsCacheError",
+              m_report.cacheError.isEmpty() ? json_null() : Json::text(m_report.cacheError));
+    Json::set(root, "malformedStores", Json::texts(m_report.malformedStores()));
+    Json::set(root, "hardware", hardware());
+    Json::set(root, "unitStatus", Json::text(DiscoveryReport::statusText(m_report.unitStatus)));
+    Json::set(root, "globalStatus", Json::text(DiscoveryReport::statusText(m_report.globalStatus)));
+    Json::set(root, "exitCode", Json::number(m_report.exitCode()));
+    return root;
 }
 
 QString JsonReport::cacheOutcomeText(DiscoveryReport::CacheOutcome outcome)
 {
     switch (outcome) {
     case DiscoveryReport::CacheWritten:
-        return QStringLiteral("written");
+        return QLatin1String("written");
     case DiscoveryReport::CacheWriteFailed:
-        return QStringLiteral("writeFailed");
+        return QLatin1String("writeFailed");
     case DiscoveryReport::CacheUnchanged:
         break;
     }
-    return QStringLiteral("unchanged");
+    return QLatin1String("unchanged");
 }
 
-QJsonValue JsonReport::candidates() const
+json_t *JsonReport::candidates() const
 {
-    QJsonArray candidates;
+    json_t *candidates = json_array();
     for (const DiscoveryReport::Candidate &candidate : m_report.candidates) {
-        QJsonObject entry;
-        entry.insert(QStringLiteral("serial"), candidate.serial);
-        entry.insert(QStringLiteral("votes"), candidate.voters.size());
-        entry.insert(QStringLiteral("stores"), QJsonArray::fromStringList(candidate.voters));
-        candidates.append(entry);
+        json_t *entry = json_object();
+        Json::set(entry, "serial", Json::text(candidate.serial));
+        Json::set(entry, "votes", Json::number(candidate.voters.size()));
+        Json::set(entry, "stores", Json::texts(candidate.voters));
+        Json::set(entry, "tied", Json::boolean(candidate.tied));
+        Json::set(entry, "wellFormed", Json::boolean(candidate.wellFormed));
+        Json::append(candidates, entry);
     }
     return candidates;
 }
 
-QJsonObject JsonReport::stores() const
+json_t *JsonReport::stores() const
 {
-    QJsonObject stores;
+    json_t *stores = json_object();
     for (const DiscoveryReport::Store &store : m_report.stores) {
-        QJsonObject entry;
-        entry.insert(QStringLiteral("label"), store.label);
-        entry.insert(QStringLiteral("status"), DiscoveryReport::statusText(store.status));
-        entry.insert(QStringLiteral("record"), QJsonObject::fromVariantMap(store.record));
-        entry.insert(QStringLiteral("notes"), QJsonArray::fromStringList(store.notes));
-        stores.insert(store.key, entry);
+        json_t *entry = json_object();
+        Json::set(entry, "label", Json::text(store.label));
+        Json::set(entry, "status", Json::text(DiscoveryReport::statusText(store.status)));
+        Json::set(entry, "record", Json::record(store.record));
+        Json::set(entry, "notes", Json::texts(store.notes));
+        Json::set(stores, store.key.toLatin1().constData(), entry);
     }
     return stores;
 }
 
-QJsonObject JsonReport::hardware() const
+json_t *JsonReport::hardware() const
 {
-    QJsonObject hardware;
-    hardware.insert(QStringLiteral("mac"), nullableText(m_report.mac));
-    hardware.insert(QStringLiteral("comSerial"), nullableText(m_report.comSerial));
-    hardware.insert(QStringLiteral("fpgaUid"), nullableText(m_report.fpgaUid));
-    hardware.insert(QStringLiteral("cbSerial"), qint64(m_report.cbSerial));
-    hardware.insert(QStringLiteral("bfSerial"), qint64(m_report.bfSerial));
+    json_t *hardware = json_object();
+    Json::set(hardware, "mac", Json::text(m_report.mac));
+    Json::set(hardware, "comSerial", Json::text(m_report.comSerial));
+    Json::set(hardware, "fpgaUid", Json::text(m_report.fpgaUid));
+    Json::set(hardware, "cbSerial", Json::number(m_report.cbSerial));
+    Json::set(hardware, "bfSerial", Json::number(m_report.bfSerial));
     return hardware;
 }

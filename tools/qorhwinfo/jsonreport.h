@@ -3,8 +3,7 @@
 
 #include "discoveryreport.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <jansson.h>
 
 /**
  * A DiscoveryReport as one JSON document for scripts. Texts the unit did not give, such as a missing
@@ -16,14 +15,15 @@ class JsonReport
 public:
     explicit JsonReport(const DiscoveryReport &report);
 
-    QJsonDocument document() const;
+    /** A new document; the caller owns it. */
+    json_t *document() const;
 
     static QString cacheOutcomeText(DiscoveryReport::CacheOutcome outcome);
 
 private:
-    QJsonValue candidates() const;
-    QJsonObject stores() const;
-    QJsonObject hardware() const;
+    json_t *candidates() const;
+    json_t *stores() const;
+    json_t *hardware() const;
 
     const DiscoveryReport &m_report;
 };

@@ -6,23 +6,64 @@
 
 LogFilter *LogFilter::s_current = nullptr;
 
+namespace {
+
+// The one place that knows how the handler is installed: Qt 4 hands it a C string, Qt 5 and 6 a QString
+// with a context.
+#if QT_VERSION >= 0x050000
+QtMessageHandler previousHandler = nullptr;
+
+void handleMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
+{
+    LogFilter::deliver(type, text);
+}
+
+void installHandler()
+{
+    previousHandler = qInstallMessageHandler(handleMessage);
+}
+
+void restoreHandler()
+{
+    qInstallMessageHandler(previousHandler);
+}
+#else
+QtMsgHandler previousHandler = nullptr;
+
+void handleMessage(QtMsgType type, const char *text)
+{
+    LogFilter::deliver(type, QString::fromLocal8Bit(text));
+}
+
+void installHandler()
+{
+    previousHandler = qInstallMsgHandler(handleMessage);
+}
+
+void restoreHandler()
+{
+    qInstallMsgHandler(previousHandler);
+}
+#endif
+
+} // namespace
+
 LogFilter::LogFilter(bool showDebugMessages)
     : m_showDebugMessages(showDebugMessages)
     , m_progressBar(nullptr)
-    , m_previousHandler(nullptr)
 {
     Q_ASSERT(!s_current);
     s_current = this;
-    m_previousHandler = qInstallMessageHandler(handleMessage);
+    installHandler();
 }
 
 LogFilter::~LogFilter()
 {
-    qInstallMessageHandler(m_previousHandler);
+    restoreHandler();
     s_current = nullptr;
 }
 
-void LogFilter::handleMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
+void LogFilter::deliver(QtMsgType type, const QString &text)
 {
     if (s_current)
         s_current->record(type, text);
@@ -31,8 +72,7 @@ void LogFilter::handleMessage(QtMsgType type, const QMessageLogContext &, const 
 void LogFilter::record(QtMsgType type, const QString &text)
 {
     m_messages.append(text);
-    const bool chatter = type == QtDebugMsg || type == QtInfoMsg;
-    if (!chatter || m_showDebugMessages)
+    if (type != QtDebugMsg || m_showDebugMessages)
         show(text);
 }
 

@@ -20,10 +20,12 @@ public:
     void setProgressBar(ProgressBar *bar) { m_progressBar = bar; }
     QStringList messages() const { return m_messages; }
 
+    /** Where Qt's message handler hands each message, whichever Qt calls it. */
+    static void deliver(QtMsgType type, const QString &text);
+
 private:
     Q_DISABLE_COPY(LogFilter)
 
-    static void handleMessage(QtMsgType type, const QMessageLogContext &context, const QString &text);
     void record(QtMsgType type, const QString &text);
     void show(const QString &text);
 
@@ -32,7 +34,6 @@ private:
     bool m_showDebugMessages;
     ProgressBar *m_progressBar;
     QStringList m_messages;
-    QtMessageHandler m_previousHandler;
 };
 
 #endif

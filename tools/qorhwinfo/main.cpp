@@ -1,8 +1,14 @@
+#include "checkcommand.h"
 #include "commandline.h"
 #include "discoveryrun.h"
+#include "exitcode.h"
+#include "inspectcommand.h"
 #include "jsonreport.h"
+#include "jsonvalue.h"
 #include "logfilter.h"
 #include "progressbar.h"
+#include "repaircommands.h"
+#include "serialform.h"
 #include "textreport.h"
 
 #include <qorhwinfo/hwinfohelper.h>
@@ -16,23 +22,33 @@
 
 namespace {
 
-enum ExitStatus { UnitSerialFound = 0, NoUnitSerial = 1, UsageError = 2 };
-
 void printError(const QString &text)
 {
     std::fprintf(stderr, "qorhwinfo: %s\n", text.toLocal8Bit().constData());
 }
 
-int runQuick()
+int runQuick(bool json)
 {
     const QString serial = hmi::HwInfoHelper::quickNonValidatedSerial();
-    if (serial.isEmpty()) {
-        printError(QStringLiteral("no unit serial is cached: the serials cache file is missing, damaged or "
-                                  "names none. Run \"qorhwinfo discover\" to establish it."));
-        return NoUnitSerial;
+    const bool wellFormed = SerialForm::isWellFormed(serial);
+    const int code = serial.isNull() ? Problem : wellFormed ? Success : Malformed;
+    if (json) {
+        json_t *root = Json::document();
+        Json::set(root, "unitSerial", Json::text(serial));
+        Json::set(root, "wellFormed", Json::boolean(wellFormed));
+        Json::print(root);
+    } else if (!serial.isNull()) {
+        QTextStream(stdout) << SerialForm::display(serial) << '\n';
     }
-    QTextStream(stdout) << serial << '\n';
-    return UnitSerialFound;
+    if (code == Problem) {
+        printError(QLatin1String("no unit serial is cached: the serials cache file is missing, damaged or "
+                                 "names none. Run \"qorhwinfo discover\" to establish it."));
+    } else if (code == Malformed) {
+        printError(
+            QLatin1String("the cached unit serial is malformed (not \"I\" and six digits): \"qorhwinfo "
+                          "check\" shows where it comes from, \"qorhwinfo resolve SERIAL\" repairs it."));
+    }
+    return code;
 }
 
 DiscoveryReport discover(const LogFilter &log, ProgressBar *progressBar)
@@ -57,19 +73,49 @@ int runDiscover(bool verbose, bool json)
     } catch (const std::exception &error) {
         progressBar.reset();
         log.setProgressBar(nullptr);
-        printError(QStringLiteral("discovery failed: %1").arg(QString::fromUtf8(error.what())));
-        return NoUnitSerial;
+        printError(QString::fromLatin1("discovery failed: %1").arg(QString::fromUtf8(error.what())));
+        return UnitError;
     }
     log.setProgressBar(nullptr);
     progressBar.reset();
 
-    QTextStream out(stdout);
-    if (json)
-        out << JsonReport(report).document().toJson(QJsonDocument::Indented);
-    else
+    if (json) {
+        Json::print(JsonReport(report).document());
+    } else {
+        QTextStream out(stdout);
         TextReport(report).print(out, verbose);
-    out.flush();
-    return report.hasUnitSerial() ? UnitSerialFound : NoUnitSerial;
+    }
+    return report.exitCode();
+}
+
+int runCommand(const CommandLine &commandLine)
+{
+    switch (commandLine.command()) {
+    case CommandLine::Quick:
+        return runQuick(commandLine.json());
+    case CommandLine::Discover:
+        return runDiscover(commandLine.verbose(), commandLine.json());
+    case CommandLine::Inspect:
+        return InspectCommand::run(commandLine);
+    case CommandLine::Check:
+        return CheckCommand::run(commandLine);
+    case CommandLine::Cache:
+        return RepairCommands::cache(commandLine);
+    case CommandLine::Provision:
+        return RepairCommands::provision(commandLine);
+    case CommandLine::Resolve:
+        return RepairCommands::resolve(commandLine);
+    case CommandLine::Backup:
+        return RepairCommands::backup(commandLine);
+    case CommandLine::Restore:
+        return RepairCommands::restore(commandLine);
+    case CommandLine::VersionRequest:
+        QTextStream(stdout) << CommandLine::versionText();
+        return Success;
+    case CommandLine::NoCommand:
+        break;
+    }
+    return Usage;
 }
 
 } // namespace
@@ -77,29 +123,18 @@ int runDiscover(bool verbose, bool json)
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("qorhwinfo"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(QORHWINFO_VERSION));
+    QCoreApplication::setApplicationName(QLatin1String("qorhwinfo"));
+    QCoreApplication::setApplicationVersion(QLatin1String(QORHWINFO_VERSION));
 
-    const CommandLine commandLine(QCoreApplication::arguments());
+    const CommandLine commandLine(argc, argv);
     if (!commandLine.isValid()) {
         printError(commandLine.errorText());
         std::fprintf(stderr, "Try \"qorhwinfo --help\".\n");
-        return UsageError;
+        return Usage;
     }
-
-    switch (commandLine.command()) {
-    case CommandLine::HelpRequest:
+    if (commandLine.helpRequested()) {
         QTextStream(stdout) << commandLine.helpText();
-        return UnitSerialFound;
-    case CommandLine::VersionRequest:
-        QTextStream(stdout) << commandLine.versionText();
-        return UnitSerialFound;
-    case CommandLine::QuickCommand:
-        return runQuick();
-    case CommandLine::DiscoverCommand:
-        return runDiscover(commandLine.verbose(), commandLine.json());
-    case CommandLine::NoCommand:
-        break;
+        return Success;
     }
-    return UsageError;
+    return runCommand(commandLine);
 }

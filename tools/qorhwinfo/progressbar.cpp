@@ -60,7 +60,8 @@ QString ProgressBar::line() const
     const int done = qBound(0, m_currentStep + 1, m_stepCount);
     const int filled = done * barWidth / m_stepCount;
     QString text = QLatin1Char('[') + QString(filled, QLatin1Char('#'))
-        + QString(barWidth - filled, QLatin1Char('.')) + QStringLiteral("] %1/%2").arg(done).arg(m_stepCount);
+        + QString(barWidth - filled, QLatin1Char('.'))
+        + QString::fromLatin1("] %1/%2").arg(done).arg(m_stepCount);
     if (m_currentStep >= 0 && m_currentStep < m_stepTexts.size())
         text += QLatin1Char(' ') + m_stepTexts.at(m_currentStep);
     return text;

@@ -1,10 +1,11 @@
 #include "textreport.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QJsonValue>
+#include "jsonvalue.h"
+#include "serialform.h"
+
 #include <QTextStream>
+
+#include <cstdlib>
 
 namespace {
 
@@ -21,7 +22,7 @@ QString padded(const QString &text, int width)
 
 QString votesText(int votes)
 {
-    return votes == 1 ? QStringLiteral("1 vote") : QStringLiteral("%1 votes").arg(votes);
+    return votes == 1 ? QString::fromLatin1("1 vote") : QString::fromLatin1("%1 votes").arg(votes);
 }
 
 } // namespace
@@ -41,56 +42,59 @@ void TextReport::print(QTextStream &out, bool withRecords) const
     printHardware(out);
     out << '\n';
     printStatus(out);
+    printAdvice(out);
     out.flush();
 }
 
 QString TextReport::valueText(const QVariant &value)
 {
-    switch (int(value.type())) {
-    case QVariant::String:
+    switch (value.userType()) {
+    case QMetaType::QString:
         return QLatin1Char('"') + value.toString() + QLatin1Char('"');
-    case QVariant::Bool:
-    case QVariant::Int:
-    case QVariant::UInt:
-    case QVariant::LongLong:
-    case QVariant::ULongLong:
-    case QVariant::Double:
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Double:
         return value.toString();
-    case QVariant::Invalid:
-        return QStringLiteral("(no value)");
     default:
         break;
     }
-    const QJsonValue json = QJsonValue::fromVariant(value);
-    if (json.isArray())
-        return QString::fromUtf8(QJsonDocument(json.toArray()).toJson(QJsonDocument::Compact));
-    if (json.isObject())
-        return QString::fromUtf8(QJsonDocument(json.toObject()).toJson(QJsonDocument::Compact));
-    return QStringLiteral("(%1 value)").arg(QString::fromLatin1(value.typeName()));
+    if (!value.isValid())
+        return QLatin1String("(no value)");
+    json_t *json = Json::value(value);
+    char *text = json_dumps(json, JSON_COMPACT | JSON_ENCODE_ANY);
+    json_decref(json);
+    const QString result = QString::fromUtf8(text);
+    std::free(text);
+    return result;
 }
 
 void TextReport::printUnitSerial(QTextStream &out) const
 {
-    out << padded(QStringLiteral("Unit serial"), headingWidth);
+    out << padded(QLatin1String("Unit serial"), headingWidth);
     if (m_report.hasUnitSerial()) {
         const DiscoveryReport::Candidate &adopted = m_report.candidates.first();
-        out << m_report.unitSerial << "  (" << votersText(adopted) << ")\n";
+        out << SerialForm::display(m_report.unitSerial) << "  (" << votersText(adopted) << ")"
+            << (adopted.wellFormed ? "" : "  MALFORMED") << '\n';
         return;
     }
     if (!m_report.hasCandidates()) {
         out << "none: no store holds an identity record\n";
         return;
     }
-    out << "none: the stores name " << m_report.candidates.size() << " different serials\n";
+    out << "none: the stores name " << m_report.candidates.size() << " different serials"
+        << (m_report.candidates.first().tied ? ", tied" : "") << '\n';
     printCandidates(out);
 }
 
 void TextReport::printCandidates(QTextStream &out) const
 {
-    out << "  Candidates, most votes first:\n";
+    out << "  Candidates, most votes first, tied ones by serial:\n";
     for (const DiscoveryReport::Candidate &candidate : m_report.candidates) {
-        out << "    " << padded(candidate.serial.isEmpty() ? QStringLiteral("\"\"") : candidate.serial, 10)
-            << "  " << votersText(candidate) << '\n';
+        out << "    " << padded(SerialForm::display(candidate.serial), 10) << "  " << votersText(candidate)
+            << (candidate.tied ? "  (tied)" : "") << (candidate.wellFormed ? "" : "  MALFORMED") << '\n';
     }
 }
 
@@ -114,19 +118,22 @@ void TextReport::printRecord(QTextStream &out, const QVariantMap &record) const
         out << indent << "(no record)\n";
         return;
     }
-    for (auto it = record.constBegin(); it != record.constEnd(); ++it)
+    for (QVariantMap::const_iterator it = record.constBegin(); it != record.constEnd(); ++it)
         out << indent << padded(it.key(), recordKeyWidth) << ' ' << valueText(it.value()) << '\n';
 }
 
 void TextReport::printCache(QTextStream &out) const
 {
-    out << padded(QStringLiteral("Serials cache"), headingWidth);
+    out << padded(QLatin1String("Serials cache"), headingWidth);
     switch (m_report.cache) {
     case DiscoveryReport::CacheWritten:
         out << "written by this run\n";
         return;
     case DiscoveryReport::CacheWriteFailed:
-        out << "could not be written (see Serials File above)\n";
+        if (m_report.cacheError.isEmpty())
+            out << "could not be written (see Serials File above)\n";
+        else
+            out << "could not be written: " << m_report.cacheError << '\n';
         return;
     case DiscoveryReport::CacheUnchanged:
         break;
@@ -140,22 +147,22 @@ void TextReport::printCache(QTextStream &out) const
 void TextReport::printHardware(QTextStream &out) const
 {
     out << "Hardware\n";
-    out << "  " << padded(QStringLiteral("MAC address"), factWidth) << factText(m_report.mac) << '\n';
-    out << "  " << padded(QStringLiteral("COM module serial"), factWidth) << factText(m_report.comSerial)
+    out << "  " << padded(QLatin1String("MAC address"), factWidth) << factText(m_report.mac) << '\n';
+    out << "  " << padded(QLatin1String("COM module serial"), factWidth) << factText(m_report.comSerial)
         << '\n';
-    out << "  " << padded(QStringLiteral("FPGA UID"), factWidth) << factText(m_report.fpgaUid) << '\n';
-    out << "  " << padded(QStringLiteral("Carrier board serial"), factWidth)
+    out << "  " << padded(QLatin1String("FPGA UID"), factWidth) << factText(m_report.fpgaUid) << '\n';
+    out << "  " << padded(QLatin1String("Carrier board serial"), factWidth)
         << boardSerialText(m_report.cbSerial) << '\n';
-    out << "  " << padded(QStringLiteral("Beamformer board serial"), factWidth)
+    out << "  " << padded(QLatin1String("Beamformer board serial"), factWidth)
         << boardSerialText(m_report.bfSerial) << '\n';
 }
 
 void TextReport::printStatus(QTextStream &out) const
 {
     out << "Status\n";
-    out << "  " << padded(QStringLiteral("Unit"), factWidth)
+    out << "  " << padded(QLatin1String("Unit"), factWidth)
         << DiscoveryReport::statusText(m_report.unitStatus) << '\n';
-    out << "  " << padded(QStringLiteral("Unit and all stores"), factWidth)
+    out << "  " << padded(QLatin1String("Unit and all stores"), factWidth)
         << DiscoveryReport::statusText(m_report.globalStatus) << '\n';
 }
 
@@ -165,20 +172,51 @@ QString TextReport::votersText(const DiscoveryReport::Candidate &candidate) cons
     for (const QString &key : candidate.voters)
         labels.append(m_report.labelOf(key));
     const QString votes = votesText(candidate.voters.size());
-    return labels.isEmpty() ? votes : votes + QStringLiteral(": ") + labels.join(QStringLiteral(", "));
+    return labels.isEmpty() ? votes : votes + QLatin1String(": ") + labels.join(QLatin1String(", "));
 }
 
 QString TextReport::factText(const QString &fact)
 {
     if (fact.isNull())
-        return QStringLiteral("not available");
+        return QLatin1String("not available");
     if (fact.isEmpty())
-        return QStringLiteral("(empty)");
+        return QLatin1String("(empty)");
     return fact;
 }
 
 // A board that could not be read reports the serial 0.
 QString TextReport::boardSerialText(uint serial)
 {
-    return serial == 0 ? QStringLiteral("0 (not known)") : QString::number(serial);
+    return serial == 0 ? QLatin1String("0 (not known)") : QString::number(serial);
+}
+
+// Says what is wrong in words a technician acts on, with the command that repairs it.
+void TextReport::printAdvice(QTextStream &out) const
+{
+    QStringList advice;
+    if (m_report.unitStatus != hmi::HwInfoHelper::OK) {
+        advice.append(QLatin1String(
+            "Unit status ERROR: an application's unitSerial() throws, because the serials cache "
+            "file could not be written. Free or repair its file system, then discover again."));
+    }
+    const QStringList malformed = m_report.malformedStores();
+    if (!malformed.isEmpty()) {
+        QStringList labels;
+        for (const QString &key : malformed)
+            labels.append(m_report.labelOf(key));
+        advice.append(QString::fromLatin1(
+                          "MALFORMED unit serial (not \"I\" and six digits) in: %1. \"qorhwinfo resolve "
+                          "SERIAL\", with the unit's real serial, rewrites the stores and the cache file.")
+                          .arg(labels.join(QLatin1String(", "))));
+    }
+    if (m_report.candidates.size() > 1) {
+        advice.append(
+            QLatin1String("The stores disagree: \"qorhwinfo check\" and \"qorhwinfo inspect\" explain, "
+                          "\"qorhwinfo resolve SERIAL\" rewrites the stores that name another serial."));
+    }
+    if (advice.isEmpty())
+        return;
+    out << "\nWarnings\n";
+    for (const QString &text : advice)
+        out << "  " << text << '\n';
 }

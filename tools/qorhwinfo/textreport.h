@@ -29,6 +29,7 @@ private:
     void printCache(QTextStream &out) const;
     void printHardware(QTextStream &out) const;
     void printStatus(QTextStream &out) const;
+    void printAdvice(QTextStream &out) const;
 
     QString votersText(const DiscoveryReport::Candidate &candidate) const;
     static QString factText(const QString &fact);

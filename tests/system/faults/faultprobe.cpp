@@ -1,5 +1,7 @@
 // Runs inside the sandbox, at the unit's real paths, and prints what it saw as one JSON document:
-//   faultprobe powercut        cuts a fresh cache write short at every length, then reads and rediscovers
+//   faultprobe powercut        cuts a fresh cache write short at every length, then reads and rediscovers;
+//                              the same for the tool's writes: a new cache file cut before its rename, and
+//                              a carrier board record rewritten in place
 //   faultprobe race ROUNDS     two processes discovering at once, ROUNDS times each, from no cache file
 //   faultprobe discover-loop ROUNDS   one of those two processes
 // The library's own log is dropped: the statuses and serials are what is checked here.
@@ -83,6 +85,38 @@ QString discoverUnitSerial(int *unitErrors = nullptr)
     }
 }
 
+const char carrierPath[] = "/dev/qorpic0";
+
+bool writeAt0(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadWrite) && file.write(bytes) == bytes.size() && file.flush();
+}
+
+/** The unit serial the carrier board's store loads with; a null string when it holds no good record. */
+QString carrierUnit()
+{
+    QObject owner;
+    Helper::EEPROM store = Helper::eepromsInit(&owner).value(QStringLiteral("cb"));
+    try {
+        store.load();
+    } catch (const QString &) {
+        return QString();
+    }
+    return store.descriptor.value(QStringLiteral("unit")).toString();
+}
+
+QJsonObject rediscover(int length, bool written, const QString &storeUnit)
+{
+    const QList<QByteArray> before = boardMemories();
+    QJsonObject result { { QStringLiteral("length"), length }, { QStringLiteral("written"), written } };
+    result.insert(QStringLiteral("storeUnit"), nullable(storeUnit));
+    result.insert(QStringLiteral("unitSerial"), nullable(discoverUnitSerial()));
+    result.insert(QStringLiteral("cacheUnit"), nullable(recordUnit(contentOf(cachePath()))));
+    result.insert(QStringLiteral("boardsUnchanged"), boardMemories() == before);
+    return result;
+}
+
 /** What a cache write cut short at @p length may leave, as a function of the bytes it was writing. */
 typedef QByteArray (*CutWrite)(const QByteArray &frame, int length, const QByteArray &old);
 
@@ -108,14 +142,52 @@ QJsonArray cutAtEveryLength(const QByteArray &frame, const QByteArray &old, CutW
 {
     QJsonArray results;
     for (int length = 0; length <= frame.size(); ++length) {
-        QJsonObject result { { QStringLiteral("length"), length } };
-        result.insert(QStringLiteral("written"), replaceCache(cut(frame, length, old)));
-        result.insert(QStringLiteral("quick"), nullable(Helper::quickNonValidatedSerial()));
-        result.insert(QStringLiteral("unitSerial"), nullable(discoverUnitSerial()));
-        result.insert(QStringLiteral("cacheUnit"), nullable(recordUnit(contentOf(cachePath()))));
+        const bool written = replaceCache(cut(frame, length, old));
+        QJsonObject result = rediscover(length, written, Helper::quickNonValidatedSerial());
         result.insert(QStringLiteral("boardsUnchanged"), boardMemories() == boards);
         results.append(result);
     }
+    return results;
+}
+
+// The tool writes a new file beside the cache and renames it over the cache: a cut leaves the old cache
+// (here none) and a partial new file, and only the rename makes the new one the cache.
+QJsonArray cacheReplacedAtEveryLength(const QByteArray &frame)
+{
+    QJsonArray results;
+    const QString newPath = cachePath() + QStringLiteral(".new");
+    for (int length = 0; length <= frame.size(); ++length) {
+        QFile::remove(cachePath());
+        QFile::remove(newPath);
+        const bool written = length < frame.size()
+            ? writeAt0(newPath, frame.left(length))
+            : writeAt0(newPath, frame) && QFile::rename(newPath, cachePath());
+        results.append(rediscover(length, written, Helper::quickNonValidatedSerial()));
+    }
+    QFile::remove(newPath);
+    return results;
+}
+
+// The tool rewrites a memory's record in place, header first, over the old one.
+QJsonArray carrierRewrittenAtEveryLength(const QString &newUnit)
+{
+    const QByteArray old = contentOf(QLatin1String(carrierPath));
+    QObject owner;
+    Helper::EEPROM store = Helper::eepromsInit(&owner).value(QStringLiteral("cb"));
+    store.load();
+    QVariantMap record = store.descriptor;
+    record.insert(QStringLiteral("unit"), newUnit);
+    const QByteArray frame = ROMStorage(QVariant(record)).frame();
+    QJsonArray results;
+    for (int length = 0; length <= frame.size(); ++length) {
+        QFile::remove(cachePath());
+        const bool written = writeAt0(QLatin1String(carrierPath), old)
+            && writeAt0(QLatin1String(carrierPath), frame.left(length));
+        results.append(rediscover(length, written, carrierUnit()));
+    }
+    // Leave the unit as the other cuts do: the board as it was and a good cache.
+    writeAt0(QLatin1String(carrierPath), old);
+    discoverUnitSerial();
     return results;
 }
 
@@ -131,12 +203,15 @@ QJsonObject powerCut()
     QByteArray old = ROMStorage(QVariant(oldRecord)).frame();
     old[old.size() - 1] = char(~old.at(old.size() - 1));
 
-    return QJsonObject { { QStringLiteral("serial"), nullable(serial) },
-                         { QStringLiteral("frameSize"), frame.size() },
-                         { QStringLiteral("truncated"), cutAtEveryLength(frame, old, truncated, boards) },
-                         { QStringLiteral("zeroFilled"), cutAtEveryLength(frame, old, zeroFilled, boards) },
-                         { QStringLiteral("overOldRecord"),
-                           cutAtEveryLength(frame, old, overOldRecord, boards) } };
+    return QJsonObject {
+        { QStringLiteral("serial"), nullable(serial) },
+        { QStringLiteral("frameSize"), frame.size() },
+        { QStringLiteral("truncated"), cutAtEveryLength(frame, old, truncated, boards) },
+        { QStringLiteral("zeroFilled"), cutAtEveryLength(frame, old, zeroFilled, boards) },
+        { QStringLiteral("overOldRecord"), cutAtEveryLength(frame, old, overOldRecord, boards) },
+        { QStringLiteral("cacheReplaced"), cacheReplacedAtEveryLength(frame) },
+        { QStringLiteral("carrierRewritten"), carrierRewrittenAtEveryLength(QStringLiteral("I654321")) }
+    };
 }
 
 QJsonArray sortedTexts(const QSet<QString> &texts)

@@ -1,0 +1,115 @@
+#include "jsonvalue.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace Json {
+
+json_t *document()
+{
+    json_t *root = json_object();
+    set(root, "version", text(QLatin1String(QORHWINFO_VERSION)));
+    return root;
+}
+
+json_t *text(const QString &text)
+{
+    if (text.isNull())
+        return json_null();
+    const QByteArray utf8 = text.toUtf8();
+    return json_stringn(utf8.constData(), size_t(utf8.size()));
+}
+
+json_t *number(qint64 number)
+{
+    return json_integer(json_int_t(number));
+}
+
+json_t *boolean(bool value)
+{
+    return value ? json_true() : json_false();
+}
+
+json_t *texts(const QStringList &list)
+{
+    json_t *array = json_array();
+    for (const QString &item : list)
+        append(array, text(item));
+    return array;
+}
+
+json_t *value(const QVariant &variant)
+{
+    switch (variant.userType()) {
+    case QMetaType::QString:
+        return text(variant.toString());
+    case QMetaType::Bool:
+        return boolean(variant.toBool());
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+        return number(variant.toLongLong());
+    case QMetaType::ULongLong:
+        return json_integer(json_int_t(variant.toULongLong()));
+    case QMetaType::Double:
+        return json_real(variant.toDouble());
+    case QMetaType::QByteArray:
+        return text(QString::fromLatin1(variant.toByteArray().toHex()));
+    case QMetaType::QVariantMap:
+        return record(variant.toMap());
+    case QMetaType::QVariantList: {
+        json_t *array = json_array();
+        const QVariantList list = variant.toList();
+        for (const QVariant &item : list)
+            append(array, value(item));
+        return array;
+    }
+    default:
+        break;
+    }
+    return variant.isValid() ? text(variant.toString()) : json_null();
+}
+
+json_t *record(const QVariantMap &map)
+{
+    json_t *object = json_object();
+    for (QVariantMap::const_iterator it = map.constBegin(); it != map.constEnd(); ++it)
+        set(object, it.key().toUtf8().constData(), value(it.value()));
+    return object;
+}
+
+void set(json_t *object, const char *key, json_t *value)
+{
+    json_object_set_new(object, key, value ? value : json_null());
+}
+
+void append(json_t *array, json_t *value)
+{
+    json_array_append_new(array, value ? value : json_null());
+}
+
+void print(json_t *document)
+{
+    char *dumped = json_dumps(document, JSON_INDENT(2));
+    json_decref(document);
+    if (!dumped)
+        return;
+    std::fputs(dumped, stdout);
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+    std::free(dumped);
+}
+
+QString textOf(json_t *object, const char *key)
+{
+    json_t *member = json_object_get(object, key);
+    return json_is_string(member) ? QString::fromUtf8(json_string_value(member)) : QString();
+}
+
+qint64 numberOf(json_t *object, const char *key)
+{
+    json_t *member = json_object_get(object, key);
+    return json_is_integer(member) ? qint64(json_integer_value(member)) : -1;
+}
+
+} // namespace Json
