@@ -2,13 +2,12 @@
 
 #include "romstorage_p.h"
 
+#include "frameheader.h"
 #include "recordcodec_p.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QIODevice>
 #include <QtCore/QString>
-
-#include <zlib.h>
 
 #include <cerrno>
 #include <cstring>
@@ -16,52 +15,10 @@
 
 namespace {
 
-const char Magic[] = { 'Q', 'R', 'O', 'M' };
-enum HeaderField { MagicOffset = 0, VersionOffset = 4, FlagsOffset = 5, LengthOffset = 6, CrcOffset = 8 };
-
-quint16 readLe16(const char *p)
+bool isFilledWith(const QByteArray &bytes, char fill)
 {
-    const uchar *b = reinterpret_cast<const uchar *>(p);
-    return quint16(b[0] | (b[1] << 8));
-}
-
-quint32 readLe32(const char *p)
-{
-    const uchar *b = reinterpret_cast<const uchar *>(p);
-    return quint32(b[0]) | (quint32(b[1]) << 8) | (quint32(b[2]) << 16) | (quint32(b[3]) << 24);
-}
-
-void writeLe16(char *p, quint16 n)
-{
-    p[0] = char(n & 0xff);
-    p[1] = char(n >> 8);
-}
-
-void writeLe32(char *p, quint32 n)
-{
-    for (int i = 0; i < 4; ++i)
-        p[i] = char((n >> (8 * i)) & 0xff);
-}
-
-/** The check covers the header up to the CRC itself, so a damaged length or flag is caught too. */
-quint32 frameCrc(const char *header, const char *payload, int payloadSize)
-{
-    uLong crc = crc32(0L, Z_NULL, 0);
-    crc = crc32(crc, reinterpret_cast<const Bytef *>(header), CrcOffset);
-    crc = crc32(crc, reinterpret_cast<const Bytef *>(payload), uInt(payloadSize));
-    return quint32(crc);
-}
-
-bool hasKnownHeader(const char *header)
-{
-    return memcmp(header + MagicOffset, Magic, sizeof(Magic)) == 0
-        && uchar(header[VersionOffset]) == ROMStorage::FormatVersion && header[FlagsOffset] == 0;
-}
-
-bool isFilledWith(const char *bytes, int size, char fill)
-{
-    for (int i = 0; i < size; ++i) {
-        if (bytes[i] != fill)
+    for (int i = 0; i < bytes.size(); ++i) {
+        if (bytes.at(i) != fill)
             return false;
     }
     return true;
@@ -69,13 +26,18 @@ bool isFilledWith(const char *bytes, int size, char fill)
 
 /**
  * Reads up to @p size bytes, going on after short reads, which slow memories and pipes deliver, and
- * stopping at the end of the data or at an error.
+ * stopping at the end of the data or at an error, whose text goes to @p error.
  */
-qint64 readUpTo(QIODevice &dev, char *data, qint64 size)
+qint64 readUpTo(QIODevice &dev, char *data, qint64 size, QString *error)
 {
     qint64 done = 0;
     while (done < size) {
         const qint64 got = dev.read(data + done, size - done);
+        if (got < 0) {
+            *error = dev.errorString();
+            if (error->isEmpty())
+                *error = QLatin1String("read error");
+        }
         if (got <= 0)
             break;
         done += got;
@@ -111,29 +73,35 @@ void ROMStoragePrivate::readFrom(QIODevice &dev)
         return;
     }
 
-    char header[ROMStorage::HeaderSize];
-    const qint64 headerSize = readUpTo(dev, header, sizeof(header));
-    if (headerSize == 0) {
+    bytes.resize(FrameHeader::Size);
+    bytes.resize(int(readUpTo(dev, bytes.data(), FrameHeader::Size, &error)));
+    // A chip that stops answering is no empty memory, whatever it delivered before.
+    if (!error.isEmpty())
+        return;
+    if (bytes.isEmpty()) {
         verdict = Empty;
         return;
     }
-    if (headerSize < qint64(sizeof(header)))
+    const FrameHeader header(bytes);
+    if (!header.isComplete())
         return;
-    if (isFilledWith(header, sizeof(header), '\xff') || isFilledWith(header, sizeof(header), '\0')) {
+    if (isFilledWith(bytes, '\xff') || isFilledWith(bytes, '\0')) {
         verdict = Blank;
         return;
     }
-    if (!hasKnownHeader(header))
+    if (!header.isFormat(ROMStorage::FormatVersion))
         return;
 
-    const int payloadSize = readLe16(header + LengthOffset);
-    QByteArray bytes;
-    bytes.resize(payloadSize);
-    if (readUpTo(dev, bytes.data(), payloadSize) != payloadSize)
+    const int payloadSize = header.payloadLength();
+    bytes.resize(FrameHeader::Size + payloadSize);
+    const qint64 got = readUpTo(dev, bytes.data() + FrameHeader::Size, payloadSize, &error);
+    if (got != payloadSize) {
+        bytes.resize(FrameHeader::Size + int(got));
         return;
-    if (frameCrc(header, bytes.constData(), payloadSize) != readLe32(header + CrcOffset))
+    }
+    if (header.computedCrc(bytes) != header.storedCrc())
         return;
-    if (!RecordCodec::decode(bytes, &payload))
+    if (!RecordCodec::decode(bytes.constData() + FrameHeader::Size, payloadSize, &payload))
         return;
     verdict = Valid;
 }
@@ -179,21 +147,22 @@ QVariant ROMStorage::payload() const
     return d->payload;
 }
 
+QString ROMStorage::errorString() const
+{
+    return d->error;
+}
+
+QByteArray ROMStorage::bytesRead() const
+{
+    return d->bytes;
+}
+
 QByteArray ROMStorage::frame() const
 {
-    QByteArray out;
-    out.reserve(HeaderSize + 128); // a typical record fits, so encoding rarely reallocates
-    out.resize(HeaderSize);
-    RecordCodec::appendTo(&out, d->payload);
-
-    const int payloadSize = out.size() - HeaderSize;
-    char *header = out.data();
-    memcpy(header + MagicOffset, Magic, sizeof(Magic));
-    header[VersionOffset] = char(FormatVersion);
-    header[FlagsOffset] = 0;
-    writeLe16(header + LengthOffset, quint16(payloadSize));
-    writeLe32(header + CrcOffset, frameCrc(header, header + HeaderSize, payloadSize));
-    return out;
+    QByteArray payload;
+    payload.reserve(128); // a typical record fits, so encoding rarely reallocates
+    RecordCodec::appendTo(&payload, d->payload);
+    return FrameHeader::build(FormatVersion, payload) + payload;
 }
 
 int ROMStorage::saveTo(QIODevice &dev, int maxSize) const

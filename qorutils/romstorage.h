@@ -4,6 +4,7 @@
 #include <qorutils/qorutils_export.h>
 
 #include <QtCore/QByteArray>
+#include <QtCore/QString>
 #include <QtCore/QVariant>
 
 class QIODevice;
@@ -18,12 +19,15 @@ class ROMStoragePrivate;
  * than the record. The verdicts isValid(), looksBlank() and isEmpty() say what was found.
  *
  * Writing constructs a ROMStorage from a payload and calls saveTo(). Failures are thrown as QString.
+ * A read that the device fails is reported through errorString() and gives neither isValid(),
+ * looksBlank() nor isEmpty().
  */
 class QORUTILS_EXPORT ROMStorage
 {
 public:
     enum {
-        HeaderSize = 12, ///< magic (4), version (1), flags (1), payload length (2), CRC-32 (4)
+        HeaderSize
+        = 12, ///< magic (4), version (1), flags (1), payload length (2), CRC-32 (4); see FrameHeader
         MaxPayloadSize = 65535, ///< the largest payload the 16-bit length field can announce
         FormatVersion = 1
     };
@@ -43,6 +47,18 @@ public:
     bool looksBlank() const;
     /** Not a single byte could be read (an empty file, or a device not open for reading). */
     bool isEmpty() const;
+
+    /**
+     * The device's error string when a read failed before the frame was complete, as when an i2c chip
+     * stops answering (ETIMEDOUT). What was read is then neither blank nor empty but corrupted: a memory
+     * that cannot be read is no empty memory. Empty when every read succeeded or reached the end of the data.
+     */
+    QString errorString() const;
+    /**
+     * The bytes taken from the device: the header and as much of the announced payload as was read, never
+     * more than HeaderSize + MaxPayloadSize. For diagnosis; empty for a frame built from a payload.
+     */
+    QByteArray bytesRead() const;
 
     /**
      * The payload of a valid frame, or the payload given to the constructor that builds a frame;

@@ -1,6 +1,8 @@
 #ifndef QORUTILS_ROMSTORAGE_P_H
 #define QORUTILS_ROMSTORAGE_P_H
 
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
 #include <QtCore/QVariant>
 
 class QIODevice;
@@ -20,6 +22,8 @@ public:
 
     Verdict verdict;
     QVariant payload;
+    QByteArray bytes;
+    QString error;
 };
 
 #endif

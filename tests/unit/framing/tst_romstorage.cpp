@@ -1,6 +1,7 @@
 #include "fakedevice.h"
 #include "messagelog.h"
 
+#include <qorutils/frameheader.h>
 #include <qorutils/romstorage.h>
 
 #include <QtCore/QFile>
@@ -179,6 +180,13 @@ void TestROMStorage::referenceRecordFitsItsBudget()
 
     QCOMPARE(frame.toHex(), QByteArray::fromHex(referenceFrameHex).toHex());
     QVERIFY(frame.size() <= 112);
+    const FrameHeader header(frame);
+    QVERIFY(header.isComplete() && header.isFormat(ROMStorage::FormatVersion));
+    QCOMPARE(header.magic(), QByteArray("QROM"));
+    QCOMPARE(header.payloadLength(), frame.size() - FrameHeader::Size);
+    QCOMPARE(header.storedCrc(), 0x0814812cu);
+    QCOMPARE(header.computedCrc(frame), header.storedCrc());
+    QVERIFY(!FrameHeader(frame.left(11)).isComplete());
     FakeDevice device;
     device.open(QIODevice::WriteOnly);
     QCOMPARE(ROMStorage(referenceRecord()).saveTo(device, 112), frame.size());
@@ -212,32 +220,50 @@ void TestROMStorage::verdicts_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<bool>("open");
+    QTest::addColumn<qint64>("readRoom");
     QTest::addColumn<bool>("blank");
     QTest::addColumn<bool>("empty");
+    QTest::addColumn<QString>("error");
 
-    QTest::newRow("nothing") << QByteArray("") << true << false << true;
-    QTest::newRow("device not open") << ROMStorage(referenceRecord()).frame() << false << false << true;
-    QTest::newRow("erased header only") << QByteArray(12, '\xff') << true << true << false;
-    QTest::newRow("zeroed eeprom") << QByteArray(384, '\0') << true << true << false;
-    QTest::newRow("erased but short") << QByteArray(11, '\xff') << true << false << false;
-    QTest::newRow("mixed fill") << QByteArray(6, '\xff') + QByteArray(6, '\0') << true << false << false;
-    QTest::newRow("one byte written") << QByteArray(11, '\xff') + 'Q' << true << false << false;
+    const QByteArray frame = ROMStorage(referenceRecord()).frame();
+    const QString none;
+    const QString timeout = QStringLiteral("Connection timed out");
+    QTest::newRow("nothing") << QByteArray("") << true << qint64(-1) << false << true << none;
+    QTest::newRow("device not open") << frame << false << qint64(-1) << false << true << none;
+    QTest::newRow("erased header only")
+        << QByteArray(12, '\xff') << true << qint64(-1) << true << false << none;
+    QTest::newRow("zeroed eeprom") << QByteArray(384, '\0') << true << qint64(-1) << true << false << none;
+    QTest::newRow("erased but short")
+        << QByteArray(11, '\xff') << true << qint64(-1) << false << false << none;
+    QTest::newRow("mixed fill") << QByteArray(6, '\xff') + QByteArray(6, '\0') << true << qint64(-1) << false
+                                << false << none;
+    QTest::newRow("one byte written")
+        << QByteArray(11, '\xff') + 'Q' << true << qint64(-1) << false << false << none;
+    QTest::newRow("chip dead from the start") << frame << true << qint64(0) << false << false << timeout;
+    QTest::newRow("chip dies in the header") << frame << true << qint64(5) << false << false << timeout;
+    QTest::newRow("erased chip dies in the header")
+        << QByteArray(384, '\xff') << true << qint64(5) << false << false << timeout;
+    QTest::newRow("chip dies in the payload") << frame << true << qint64(20) << false << false << timeout;
 }
 
 void TestROMStorage::verdicts()
 {
     QFETCH(QByteArray, content);
     QFETCH(bool, open);
+    QFETCH(qint64, readRoom);
     FakeDevice device(content);
+    device.readRoom = readRoom;
     if (open)
         device.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     MessageLog log;
 
-    const Reading reading = readFrom(device);
+    const ROMStorage storage(device);
 
-    QVERIFY(!reading.valid);
-    QTEST(reading.blank, "blank");
-    QTEST(reading.empty, "empty");
+    QVERIFY(!storage.isValid());
+    QTEST(storage.looksBlank(), "blank");
+    QTEST(storage.isEmpty(), "empty");
+    QTEST(storage.errorString(), "error");
+    QCOMPARE(storage.bytesRead(), content.left(int(device.bytesDelivered())));
     QCOMPARE(log.count(), 0);
 }
 
@@ -295,10 +321,11 @@ void TestROMStorage::readingStopsAtTheFrame()
     FakeDevice device(content);
     device.readChunk = readChunk;
     QVERIFY(device.open(QIODevice::ReadOnly | QIODevice::Unbuffered));
-    const Reading reading = readFrom(device);
+    const ROMStorage storage(device);
 
-    QTEST(reading.valid, "valid");
+    QTEST(storage.isValid(), "valid");
     QCOMPARE(device.bytesDelivered(), consumed);
+    QCOMPARE(storage.bytesRead(), content.left(int(consumed)));
     QCOMPARE(device.pos(), consumed);
     QVERIFY2(device.readCalls() <= maxReadCalls, qPrintable(QString::number(device.readCalls())));
 }

@@ -52,13 +52,21 @@ mode_t FakeDevice::creationMask()
 qint64 FakeDevice::readData(char *data, qint64 maxSize)
 {
     ++m_readCalls;
+    if (readRoom == 0) {
+        setErrorString(QStringLiteral("Connection timed out"));
+        return -1;
+    }
     qint64 size = qMin(maxSize, m_content.size() - pos());
+    if (readRoom > 0)
+        size = qMin(size, readRoom);
     if (readChunk > 0)
         size = qMin(size, readChunk);
     if (size <= 0)
         return 0;
     memcpy(data, m_content.constData() + pos(), size_t(size));
     m_bytesDelivered += size;
+    if (readRoom > 0)
+        readRoom -= size;
     return size;
 }
 

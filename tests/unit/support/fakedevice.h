@@ -8,8 +8,8 @@
 
 /**
  * An in-memory random-access device that stands in for a board memory or the cache file. It can be told
- * to refuse an open, a seek or a write, or to deliver short reads, and it notes how it was opened (with the
- * process's file-creation mask at that moment) and read.
+ * to refuse an open, a seek, a read or a write, or to deliver short reads, and it notes how it was opened
+ * (with the process's file-creation mask at that moment) and read.
  *
  * close() replaces the error string with "device closed", so a test can tell whether a message took the
  * error string before or after the close. Opening for writing does not truncate, as with a memory chip.
@@ -36,6 +36,7 @@ public:
     Faults faults;
     qint64 readChunk = 0; ///< each read delivers at most this many bytes; 0 means no limit
     qint64 writeRoom = -1; ///< writes take at most this many bytes in all, then fail; -1 means no limit
+    qint64 readRoom = -1; ///< reads deliver at most this many bytes in all, then fail; -1 means no limit
 
     QByteArray content() const { return m_content; }
     QList<Open> opens() const { return m_opens; }
