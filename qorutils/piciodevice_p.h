@@ -3,14 +3,18 @@
 
 #include <QtCore/QtGlobal>
 
-/** The open device node of a PicIODevice and the size of the memory behind it. */
+/** The open device node of a PicIODevice and the size of the memory behind it, if its driver tells it. */
 class PicIODevicePrivate
 {
 public:
+    enum { UnknownSize = -1 };
+
     PicIODevicePrivate()
         : fd(-1)
         , memorySize(0)
     { }
+
+    bool sizeKnown() const { return memorySize != UnknownSize; }
 
     int fd;
     qint64 memorySize;

@@ -80,6 +80,19 @@ SandboxResult Sandbox::build(const QString &unitText)
                                  QStringLiteral("true") });
 }
 
+bool Sandbox::putDevice(const QString &unitPath, const QString &hostDevice) const
+{
+    QFile conf(root() + QStringLiteral("/sandbox.conf"));
+    if (!QFile::remove(hostPath(unitPath)) || !QFile::link(hostDevice, hostPath(unitPath))
+        || !conf.open(QIODevice::ReadOnly))
+        return false;
+    // A plain bind keeps device nodes from being opened.
+    const QByteArray bind = "bind " + unitPath.mid(1).toUtf8() + ' ' + unitPath.toUtf8() + '\n';
+    const QByteArray text = conf.readAll().replace('\n' + bind, "\ndev-" + bind);
+    conf.close();
+    return conf.open(QIODevice::WriteOnly | QIODevice::Truncate) && conf.write(text) == text.size();
+}
+
 SandboxResult Sandbox::run(const QString &program, const QStringList &arguments) const
 {
     return execute(QStringList { QStringLiteral("--root"), root(), QStringLiteral("--"), program }

@@ -39,6 +39,11 @@ public:
     /** Runs @p program with @p arguments on the built unit. */
     SandboxResult run(const QString &program, const QStringList &arguments = QStringList()) const;
 
+    /**
+     * Shows the host's device node @p hostDevice, e.g. "/dev/zero", at the built unit's @p unitPath, e.g.
+     * "/dev/qorpic0", in place of the unit's file there. False when the unit has no such file.
+     */
+    bool putDevice(const QString &unitPath, const QString &hostDevice) const;
     /** Where a path of the unit, e.g. "/var/local/qorhwinfo/serial.cache", lies on the host. */
     QString hostPath(const QString &unitPath) const { return root() + unitPath; }
     QString root() const { return m_root.path(); }

@@ -1,6 +1,7 @@
 // The device classes of libqorutils: PicIODevice and hmi::UioDevice at their real paths on simulated
-// units (the test runs itself inside the sandbox with "--probe NAME", which prints a one-line report), and
-// hmi::SysFsFile on plain files.
+// units (the test runs itself inside the sandbox with "--probe NAME", which prints a one-line report; the
+// carrier board's memory is a file or a character device without a size), and hmi::SysFsFile on plain
+// files.
 
 #include "sandbox.h"
 
@@ -49,6 +50,25 @@ QString probePic()
     device.seek(device.size() - 2);
     const qint64 pastEnd = device.write("abcd", 4);
     return report + QStringLiteral("; wrote %1 at the end: %2").arg(pastEnd).arg(device.errorString());
+}
+
+// A driver that cannot tell the memory's size: seeks are not refused up front, reads and writes go to it.
+QString probeUnsizedPic()
+{
+    PicIODevice device;
+    device.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    const bool sought = device.seek(1 << 20);
+    const QByteArray read = device.read(6);
+    QString report = QStringLiteral("size %1, seek to 1 MiB %2, read \"%3\" at %4")
+                         .arg(device.size())
+                         .arg(sought)
+                         .arg(QString::fromLatin1(read.toHex()))
+                         .arg(device.pos());
+    device.close();
+    device.open(QIODevice::WriteOnly);
+    const qint64 written = device.write("record");
+    return report
+        + QStringLiteral("; wrote %1%2").arg(written).arg(written < 0 ? ": " + device.errorString() : "");
 }
 
 /** How many of this process's mappings and open descriptors refer to /dev/uio0. */
@@ -108,6 +128,7 @@ private Q_SLOTS:
 void TestDevices::probes_data()
 {
     QTest::addColumn<QString>("unit");
+    QTest::addColumn<QString>("device");
     QTest::addColumn<QString>("report");
     QTest::addColumn<QString>("path");
     QTest::addColumn<QByteArray>("content");
@@ -116,7 +137,7 @@ void TestDevices::probes_data()
     const quint32 registerValue = 0xdeadbeef;
     for (int i = 0; i < 4; ++i)
         uio[registerOffset + i] = char((registerValue >> (8 * i)) & 0xff);
-    QTest::newRow("pic") << QStringLiteral("store cb blank-ff size=16")
+    QTest::newRow("pic") << QStringLiteral("store cb blank-ff size=16") << QString()
                          << QStringLiteral(
                                 "seek 1 wrote 6, read record of 16; to end 1 (read 0), beyond 0: "
                                 "Position 17 lies outside the carrier board memory (16 bytes) at 16; "
@@ -124,28 +145,47 @@ void TestDevices::probes_data()
                          << QStringLiteral("/dev/qorpic0")
                          << QByteArray("\xff\xff\xff\xffrecord\xff\xff\xff\xff"
                                        "ab");
-    QTest::newRow("uio") << QStringLiteral("fpga 0x12340a5f")
+    QTest::newRow("uio") << QStringLiteral("fpga 0x12340a5f") << QString()
                          << QStringLiteral(
                                 "mapped 2 open 1, then mapped 0 open 0, then Cannot map UIO map 0: "
                                 "its device is closed")
                          << QStringLiteral("/dev/uio0") << uio;
+    // Character devices whose lseek(SEEK_END) answers 0 and whose fstat size is 0, like many drivers.
+    const QString unsized = QStringLiteral("store cb blank-ff");
+    QTest::newRow("unsized pic: reads") << unsized << QStringLiteral("/dev/zero")
+                                        << QStringLiteral("size 0, seek to 1 MiB 1, read \"000000000000\" at "
+                                                          "1048582; wrote 6")
+                                        << QStringLiteral("/dev/qorpic0") << QByteArray();
+    QTest::newRow("unsized pic: at its end")
+        << unsized << QStringLiteral("/dev/null")
+        << QStringLiteral("size 0, seek to 1 MiB 1, read \"\" at 1048576; "
+                          "wrote 6")
+        << QStringLiteral("/dev/qorpic0") << QByteArray();
+    QTest::newRow("unsized pic: full") << unsized << QStringLiteral("/dev/full")
+                                       << QStringLiteral("size 0, seek to 1 MiB 1, read \"000000000000\" at "
+                                                         "1048582; wrote -1: No space left on device")
+                                       << QStringLiteral("/dev/qorpic0") << QByteArray();
 }
 
 void TestDevices::probes()
 {
     QFETCH(QString, unit);
+    QFETCH(QString, device);
     QFETCH(QString, path);
+    QFETCH(QByteArray, content);
 
     Sandbox sandbox;
     const SandboxResult built = sandbox.build(unit);
     QVERIFY2(built.exitCode == 0, qPrintable(built.describe()));
+    QVERIFY(device.isEmpty() || sandbox.putDevice(path, device));
     const SandboxResult run
         = sandbox.run(QCoreApplication::applicationFilePath(),
                       { QStringLiteral("--probe"), QString::fromLatin1(QTest::currentDataTag()) });
 
     QVERIFY2(run.exitCode == 0, qPrintable(run.describe()));
     QTEST(QString::fromUtf8(run.out).trimmed(), "report");
-    QTEST(readFile(sandbox.hostPath(path)), "content");
+    if (!content.isNull())
+        QCOMPARE(readFile(sandbox.hostPath(path)), content);
 }
 
 void TestDevices::closedDevices()
@@ -194,7 +234,11 @@ int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
     if (argc == 3 && qstrcmp(argv[1], "--probe") == 0) {
-        QTextStream(stdout) << (qstrcmp(argv[2], "pic") == 0 ? probePic() : probeUio()) << '\n';
+        const QByteArray probe = argv[2];
+        QTextStream(stdout) << (probe == "pic"       ? probePic()
+                                    : probe == "uio" ? probeUio()
+                                                     : probeUnsizedPic())
+                            << '\n';
         return 0;
     }
     TestDevices test;
