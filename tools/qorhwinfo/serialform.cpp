@@ -1,13 +1,17 @@
 #include "serialform.h"
 
-#include <QRegExp>
+#include <qorhwinfo/unitserialvalidator.h>
 
 namespace SerialForm {
 
+// The validator's rules are the definition: a serial is well-formed when the validator takes it as it
+// stands, without rewriting it into the canonical form.
 bool isWellFormed(const QString &serial)
 {
-    static const QRegExp form(QLatin1String("I[0-9]{6}"));
-    return form.exactMatch(serial);
+    static const UnitSerialValidator validator(0);
+    QString text = serial;
+    int cursor = text.size();
+    return validator.validate(text, cursor) == QValidator::Acceptable && text == serial;
 }
 
 QString display(const QString &serial)
