@@ -10,7 +10,7 @@ namespace {
 typedef HostileFrames::Entry Entry;
 
 const char *const majorNames[] = { "uint", "negint", "bytes", "text", "list", "map" };
-const int headSizes[] = { 1, 2, 3, 5, 9 };
+const quint64 maxInt64 = Q_UINT64_C(0x7fffffffffffffff);
 
 int shortestHeadSize(quint64 argument)
 {
@@ -68,19 +68,24 @@ template<typename T> QByteArray bigEndianBits(T value)
     return bytes;
 }
 
-Entry entry(const QString &name, const QByteArray &payload, HostileFrames::Outcome outcome)
+Entry entry(const QString &name, const QByteArray &payload, bool loads)
 {
-    return Entry { name, RawFrame::around(payload), outcome };
+    return Entry { name, RawFrame::around(payload), loads ? HostileFrames::Loaded : HostileFrames::Rejected };
 }
 
 Entry rejected(const QString &name, const QByteArray &payload)
 {
-    return entry(name, payload, HostileFrames::Rejected);
+    return entry(name, payload, false);
 }
 
 Entry loaded(const QString &name, const QByteArray &payload)
 {
-    return entry(name, payload, HostileFrames::Loaded);
+    return entry(name, payload, true);
+}
+
+Entry rejectedFrame(const char *name, const QByteArray &frame)
+{
+    return Entry { QLatin1String(name), frame, HostileFrames::Rejected };
 }
 
 QString hexName(const char *prefix, const QByteArray &bytes)
@@ -113,94 +118,65 @@ void addHeadsOutsideTheProfile(QList<Entry> &entries)
 // Each integer, length and count in its shortest head loads; in any longer head it is refused.
 void addHeadSpellings(QList<Entry> &entries)
 {
-    const quint64 arguments[] = { 0,
-                                  23,
-                                  24,
-                                  255,
-                                  256,
-                                  65535,
-                                  65536,
-                                  0xffffffffu,
-                                  Q_UINT64_C(0x100000000),
-                                  Q_UINT64_C(0x7fffffffffffffff),
-                                  Q_UINT64_C(0x8000000000000000),
-                                  ~quint64(0) };
+    const QList<quint64> arguments { 0,        23,           24,
+                                     255,      256,          65535,
+                                     65536,    0xffffffffu,  Q_UINT64_C(0x100000000),
+                                     maxInt64, maxInt64 + 1, ~quint64(0) };
     for (int major = 0; major <= 5; ++major) {
-        for (size_t a = 0; a < sizeof(arguments) / sizeof(arguments[0]); ++a) {
-            const quint64 argument = arguments[a];
+        for (const quint64 argument : arguments) {
             if (major >= 2 && argument > 256)
                 break;
-            const bool belowInt64 = major == 1 && argument > Q_UINT64_C(0x7fffffffffffffff);
-            for (size_t s = 0; s < sizeof(headSizes) / sizeof(headSizes[0]); ++s) {
-                const int size = headSizes[s];
+            for (const int size : { 1, 2, 3, 5, 9 }) {
                 if (size < shortestHeadSize(argument))
                     continue;
-                const QString name = QString::fromLatin1("%1-%2-head-%3")
-                                         .arg(QLatin1String(majorNames[major]))
-                                         .arg(argument)
-                                         .arg(size);
-                const bool shortest = size == shortestHeadSize(argument) && !belowInt64;
-                entries << entry(name,
+                const QString name
+                    = QString::fromLatin1("%1-%2-head-%3").arg(QLatin1String(majorNames[major]));
+                const bool loads = size == shortestHeadSize(argument) && !(major == 1 && argument > maxInt64);
+                entries << entry(name.arg(argument).arg(size),
                                  head(major, argument, size) + contents(major, major >= 2 ? argument : 0),
-                                 shortest ? HostileFrames::Loaded : HostileFrames::Rejected);
+                                 loads);
             }
         }
     }
 }
 
-// Each float in its shortest width loads, in a wider one it is refused; NaN has one spelling.
+// Each float in its shortest encoding loads, in a wider one it is refused; NaN has one spelling.
 void addFloatSpellings(QList<Entry> &entries)
 {
     const double infinity = std::numeric_limits<double>::infinity();
-    const struct
-    {
-        const char *name;
-        double value;
-        int halfBits; ///< -1 when no half holds the value
-    } floats[] = { { "zero", 0.0, 0x0000 },
-                   { "minus-zero", -0.0, 0x8000 },
-                   { "one-and-a-half", 1.5, 0x3e00 },
-                   { "largest-half", 65504, 0x7bff },
-                   { "smallest-half", 5.9604644775390625e-08, 0x0001 },
-                   { "subnormal-half", -1.7881393432617188e-07, 0x8003 },
-                   { "infinity", infinity, 0x7c00 },
-                   { "minus-infinity", -infinity, 0xfc00 },
-                   { "single", 100000.0, -1 },
-                   { "smallest-single", 1.4012984643248171e-45, -1 },
-                   { "double", 0.1, -1 } };
-    for (size_t i = 0; i < sizeof(floats) / sizeof(floats[0]); ++i) {
-        const double value = floats[i].value;
-        QList<QByteArray> widths;
-        if (floats[i].halfBits >= 0)
-            widths << RawFrame::fromHex("f9") + bigEndianBits(quint16(floats[i].halfBits));
-        if (double(float(value)) == value)
-            widths << RawFrame::fromHex("fa") + bigEndianBits(float(value));
-        widths << RawFrame::fromHex("fb") + bigEndianBits(value);
-        for (int w = 0; w < widths.size(); ++w)
-            entries << entry(QString::fromLatin1("float-%1-%2-bytes")
-                                 .arg(QLatin1String(floats[i].name))
-                                 .arg(widths.at(w).size() - 1),
-                             widths.at(w), w == 0 ? HostileFrames::Loaded : HostileFrames::Rejected);
+    const QList<QPair<const char *, double>> shortest { { "f90000", 0.0 },
+                                                        { "f98000", -0.0 },
+                                                        { "f93e00", 1.5 },
+                                                        { "f97bff", 65504 },
+                                                        { "f90001", 5.9604644775390625e-08 },
+                                                        { "f98003", -1.7881393432617188e-07 },
+                                                        { "f97c00", infinity },
+                                                        { "f9fc00", -infinity },
+                                                        { "fa47c35000", 100000.0 },
+                                                        { "fa00000001", 1.4012984643248171e-45 },
+                                                        { "fb3fb999999999999a", 0.1 } };
+    for (const auto &f : shortest) {
+        const QByteArray encoded = RawFrame::fromHex(f.first);
+        entries << loaded(hexName("float-", encoded), encoded);
+        if (encoded.size() == 3)
+            entries << rejected(hexName("float-as-single-", encoded),
+                                '\xfa' + bigEndianBits(float(f.second)));
+        if (encoded.size() <= 5)
+            entries << rejected(hexName("float-as-double-", encoded), '\xfb' + bigEndianBits(f.second));
     }
     entries << loaded(QLatin1String("nan"), RawFrame::fromHex("f97e00"));
-    const char *const otherNaNs[] = { "f97e01", "f9fe00", "f97c01", "fa7fc00000", "fb7ff8000000000000" };
-    for (size_t i = 0; i < sizeof(otherNaNs) / sizeof(otherNaNs[0]); ++i)
-        entries << rejected(hexName("nan-", RawFrame::fromHex(otherNaNs[i])),
-                            RawFrame::fromHex(otherNaNs[i]));
+    for (const char *nan : { "f97e01", "f9fe00", "f97c01", "fa7fc00000", "fb7ff8000000000000" })
+        entries << rejected(hexName("nan-", RawFrame::fromHex(nan)), RawFrame::fromHex(nan));
 }
 
 void addCountsBeyondThePayload(QList<Entry> &entries)
 {
-    const quint64 announced[] = { 2, 65536, 0xffffffffu, ~quint64(0) };
     for (int major = 2; major <= 5; ++major) {
-        for (size_t i = 0; i < sizeof(announced) / sizeof(announced[0]); ++i)
-            entries << rejected(QString::fromLatin1("%1-announcing-%2")
-                                    .arg(QLatin1String(majorNames[major]))
-                                    .arg(announced[i]),
-                                item(major, announced[i]) + contents(major, 1));
+        const QString name = QString::fromLatin1("%1-announcing-%2").arg(QLatin1String(majorNames[major]));
+        for (const quint64 announced : { quint64(2), quint64(65536), quint64(0xffffffffu), ~quint64(0) })
+            entries << rejected(name.arg(announced), item(major, announced) + contents(major, 1));
     }
-    entries << Entry { QLatin1String("length-field-max-short-memory"),
-                       RawFrame::announcing(0xffff, item(5, 0)), HostileFrames::Rejected }
+    entries << rejectedFrame("length-field-max-short-memory", RawFrame::announcing(0xffff, item(5, 0)))
             << rejected(QLatin1String("length-field-zero"), QByteArray());
     const QByteArray full = item(5, 1) + text("unit") + head(2, 65526, 3);
     entries << loaded(QLatin1String("length-field-max-full-payload"), full + QByteArray(65526, 'x'));
@@ -229,10 +205,9 @@ void addText(QList<Entry> &entries)
 {
     // Invalid bytes, overlong forms (also of NUL), encoded surrogates, beyond U+10FFFF, stray
     // continuations, truncated sequences, Latin-1, five-byte forms.
-    const char *const illFormed[]
-        = { "ff", "c0af", "c080", "e080af", "eda080", "f4908080", "80", "e697", "e9", "f888808080" };
-    for (size_t i = 0; i < sizeof(illFormed) / sizeof(illFormed[0]); ++i) {
-        const QByteArray bad = text(RawFrame::fromHex(illFormed[i]));
+    for (const char *illFormed :
+         { "ff", "c0af", "c080", "e080af", "eda080", "f4908080", "80", "e697", "e9", "f888808080" }) {
+        const QByteArray bad = text(RawFrame::fromHex(illFormed));
         entries << rejected(hexName("utf8-", bad.mid(1)), bad)
                 << rejected(hexName("utf8-as-key-", bad.mid(1)), item(5, 1) + bad + item(0, 0))
                 << rejected(hexName("utf8-as-unit-", bad.mid(1)), unitRecord(bad));
@@ -254,11 +229,9 @@ void addKeys(QList<Entry> &entries)
                         RawFrame::fromHex("a2 626161 f4 6162 f5"))
             << rejected(QLatin1String("keys-in-utf16-order"),
                         RawFrame::fromHex("a2 64f09f9880 f4 63efbc81 f5"));
-    const char *const nonText[] = { "00", "20", "41 61", "f6", "f7", "f4", "f93e00", "80", "a0" };
-    for (size_t i = 0; i < sizeof(nonText) / sizeof(nonText[0]); ++i) {
-        const QByteArray key = RawFrame::fromHex(nonText[i]);
-        entries << rejected(hexName("key-", key), item(5, 1) + key + item(0, 0));
-    }
+    for (const char *nonText : { "00", "20", "41 61", "f6", "f7", "f4", "f93e00", "80", "a0" })
+        entries << rejected(hexName("key-", RawFrame::fromHex(nonText)),
+                            item(5, 1) + RawFrame::fromHex(nonText) + '\0');
 }
 
 void addTrailingBytes(QList<Entry> &entries)
@@ -266,21 +239,17 @@ void addTrailingBytes(QList<Entry> &entries)
     entries << rejected(QLatin1String("trailing-bytes-in-payload"), RawFrame::fromHex("f5 f5"))
             << rejected(QLatin1String("trailing-zero-after-map"), RawFrame::fromHex("a0 00"))
             << Entry { QLatin1String("trailing-bytes-after-frame"),
-                       RawFrame::around(unitRecord(text("I123456"))) + QByteArray("not a frame"),
-                       HostileFrames::Loaded };
+                       RawFrame::around(unitRecord(text("I123456"))) + "not a frame", HostileFrames::Loaded };
 }
 
 void addHeaders(QList<Entry> &entries)
 {
     QByteArray lowerMagic = RawFrame::around(item(5, 0));
     lowerMagic[0] = 'q';
-    entries << Entry { QLatin1String("header-version-1"), RawFrame::around(item(5, 0), 1),
-                       HostileFrames::Rejected }
-            << Entry { QLatin1String("header-version-3"), RawFrame::around(item(5, 0), 3),
-                       HostileFrames::Rejected }
-            << Entry { QLatin1String("header-flags-set"), RawFrame::around(item(5, 0), 2, 1),
-                       HostileFrames::Rejected }
-            << Entry { QLatin1String("header-magic-lowercase"), lowerMagic, HostileFrames::Rejected };
+    entries << rejectedFrame("header-version-1", RawFrame::around(item(5, 0), 1))
+            << rejectedFrame("header-version-3", RawFrame::around(item(5, 0), 3))
+            << rejectedFrame("header-flags-set", RawFrame::around(item(5, 0), 2, 1))
+            << rejectedFrame("header-magic-lowercase", lowerMagic);
 }
 
 /** As many distinct two-character keys as printable ASCII allows, in order, each with an undefined value. */
