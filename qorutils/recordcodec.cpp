@@ -1,97 +1,58 @@
 #include "recordcodec_p.h"
 
+#include "utf8text_p.h"
+
 #include <QtCore/QString>
+#include <QtCore/QVariantList>
 #include <QtCore/QVariantMap>
 
+#include <cbor/encoding.h>
+#include <cbor/streaming.h>
+
+#include <algorithm>
+#include <cfloat>
+#include <climits>
+#include <cmath>
 #include <cstring>
+#include <limits>
+#include <vector>
 
 namespace {
-
-const quint64 MaxUInt32 = 0xffffffffu;
-const quint64 MaxUInt64 = ~quint64(0);
-
-// Zigzag keeps small negative numbers short: 0, -1, 1, -2, ... become 0, 1, 2, 3, ...
-quint64 zigzag(qint64 n)
-{
-    return n < 0 ? ~(quint64(n) << 1) : quint64(n) << 1;
-}
-
-qint64 unzigzag(quint64 u)
-{
-    const qint64 half = qint64(u >> 1);
-    return (u & 1) ? ~half : half;
-}
-
-bool isHighSurrogate(uint u)
-{
-    return (u & 0xfc00) == 0xd800;
-}
-
-bool isLowSurrogate(uint u)
-{
-    return (u & 0xfc00) == 0xdc00;
-}
-
-bool isContinuation(uchar b)
-{
-    return (b & 0xc0) == 0x80;
-}
-
-/** The UTF-8 size of @p s, or -1 when it holds an unpaired surrogate, which UTF-8 cannot carry. */
-int utf8Size(const QString &s)
-{
-    const QChar *p = s.unicode();
-    const int n = s.size();
-    int size = 0;
-    for (int i = 0; i < n; ++i) {
-        const uint u = p[i].unicode();
-        if (u < 0x80) {
-            size += 1;
-        } else if (u < 0x800) {
-            size += 2;
-        } else if (isHighSurrogate(u)) {
-            if (i + 1 == n || !isLowSurrogate(p[i + 1].unicode()))
-                return -1;
-            ++i;
-            size += 4;
-        } else if (isLowSurrogate(u)) {
-            return -1;
-        } else {
-            size += 3;
-        }
-    }
-    return size;
-}
-
-/** Writes @p s, already checked by utf8Size(), as UTF-8 at @p out. */
-void writeUtf8(const QString &s, char *out)
-{
-    const QChar *p = s.unicode();
-    const int n = s.size();
-    for (int i = 0; i < n; ++i) {
-        uint u = p[i].unicode();
-        if (isHighSurrogate(u)) {
-            u = 0x10000 + ((u - 0xd800) << 10) + (p[++i].unicode() - 0xdc00);
-            *out++ = char(0xf0 | (u >> 18));
-            *out++ = char(0x80 | ((u >> 12) & 0x3f));
-            *out++ = char(0x80 | ((u >> 6) & 0x3f));
-            *out++ = char(0x80 | (u & 0x3f));
-        } else if (u >= 0x800) {
-            *out++ = char(0xe0 | (u >> 12));
-            *out++ = char(0x80 | ((u >> 6) & 0x3f));
-            *out++ = char(0x80 | (u & 0x3f));
-        } else if (u >= 0x80) {
-            *out++ = char(0xc0 | (u >> 6));
-            *out++ = char(0x80 | (u & 0x3f));
-        } else {
-            *out++ = char(u);
-        }
-    }
-}
 
 QString payloadTooLarge()
 {
     return QString(QLatin1String("record payload exceeds %1 bytes")).arg(int(RecordCodec::MaxEncodedSize));
+}
+
+enum FloatWidth { HalfWidth, SingleWidth, DoubleWidth };
+
+const double smallestNormalHalf = 1.0 / 16384; // 2^-14
+
+/** Whether the float @p f is exactly a half too: 11 significant bits, or a multiple of 2^-24 below 2^-14. */
+bool fitsHalf(float f)
+{
+    if (f == 0)
+        return true;
+    int exponent;
+    const double significand = std::frexp(double(f), &exponent); // |f| = |significand| * 2^exponent
+    if (exponent > 16)
+        return false; // above 65504, the largest half
+    const double units = exponent > -14 ? std::ldexp(significand, 11) : std::ldexp(double(f), 24);
+    return units == std::floor(units);
+}
+
+/** The shortest of the three floating-point forms that keeps the value of @p d. */
+FloatWidth shortestWidth(double d)
+{
+    // NaN has one form in the profile, the half 7E00; the infinities are halves as well.
+    if (d != d || std::fabs(d) == std::numeric_limits<double>::infinity())
+        return HalfWidth;
+    if (std::fabs(d) > FLT_MAX)
+        return DoubleWidth;
+    const float f = float(d);
+    if (double(f) != d)
+        return DoubleWidth;
+    return fitsHalf(f) ? HalfWidth : SingleWidth;
 }
 
 /** Appends encoded values to a buffer, refusing to let the encoding outgrow what a frame can announce. */
@@ -106,117 +67,183 @@ public:
     void appendValue(const QVariant &value, int depth);
 
 private:
-    char *grow(qint64 size);
-    void appendTag(RecordCodec::Tag tag);
-    void appendVarint(quint64 n);
+    struct MapEntry
+    {
+        QByteArray key;
+        const QVariant *value;
+    };
+
+    static bool encodedKeyLess(const MapEntry &a, const MapEntry &b);
+
+    void append(const char *data, int size);
+    void appendHead(size_t used);
+    void appendSigned(qint64 n);
+    void appendDouble(double d);
+    void appendSubnormalHalf(double d);
+    void appendText(const QByteArray &utf8);
     void appendString(const QString &s);
     void appendBytes(const QByteArray &bytes);
+    void appendList(const QVariantList &list, int depth);
     void appendMap(const QVariantMap &map, int depth);
+    void enterContainer(int depth);
 
     QByteArray *const m_out;
     const int m_start;
+    unsigned char m_head[9]; ///< what libcbor writes an item's head into: an initial byte and up to 8 more
 };
 
-char *PayloadWriter::grow(qint64 size)
+void PayloadWriter::append(const char *data, int size)
 {
     const int used = m_out->size() - m_start;
     if (size > RecordCodec::MaxEncodedSize - used)
         throw payloadTooLarge();
-    const int oldSize = m_out->size();
-    m_out->resize(oldSize + int(size));
-    return m_out->data() + oldSize;
+    m_out->append(data, size);
 }
 
-void PayloadWriter::appendTag(RecordCodec::Tag tag)
+void PayloadWriter::appendHead(size_t used)
 {
-    *grow(1) = char(tag);
+    append(reinterpret_cast<const char *>(m_head), int(used));
 }
 
-void PayloadWriter::appendVarint(quint64 n)
+void PayloadWriter::appendSigned(qint64 n)
 {
-    char bytes[10];
-    int size = 0;
-    do {
-        uchar b = n & 0x7f;
-        n >>= 7;
-        if (n)
-            b |= 0x80;
-        bytes[size++] = char(b);
-    } while (n);
-    memcpy(grow(size), bytes, size_t(size));
+    if (n >= 0)
+        appendHead(cbor_encode_uint(quint64(n), m_head, sizeof(m_head)));
+    else
+        appendHead(cbor_encode_negint(quint64(-(n + 1)), m_head, sizeof(m_head))); // -1 - argument
+}
+
+void PayloadWriter::appendDouble(double d)
+{
+    switch (shortestWidth(d)) {
+    case HalfWidth:
+        if (d != 0 && std::fabs(d) < smallestNormalHalf)
+            appendSubnormalHalf(d);
+        else
+            appendHead(cbor_encode_half(float(d), m_head, sizeof(m_head)));
+        break;
+    case SingleWidth:
+        appendHead(cbor_encode_single(float(d), m_head, sizeof(m_head)));
+        break;
+    case DoubleWidth:
+        appendHead(cbor_encode_double(d, m_head, sizeof(m_head)));
+        break;
+    }
+}
+
+/**
+ * libcbor 0.8, the one in Debian 12, keeps only the leading bit of a subnormal half's significand, so
+ * these are written here: initial byte F9, then the sign and the value in units of 2^-24, big-endian.
+ */
+void PayloadWriter::appendSubnormalHalf(double d)
+{
+    const uint bits = (d < 0 ? 0x8000u : 0u) | uint(std::ldexp(std::fabs(d), 24));
+    const char bytes[] = { char(0xf9), char(bits >> 8), char(bits & 0xff) };
+    append(bytes, int(sizeof(bytes)));
+}
+
+void PayloadWriter::appendText(const QByteArray &utf8)
+{
+    appendHead(cbor_encode_string_start(size_t(utf8.size()), m_head, sizeof(m_head)));
+    append(utf8.constData(), utf8.size());
 }
 
 void PayloadWriter::appendString(const QString &s)
 {
-    // Every UTF-16 unit takes at least one byte: this bounds utf8Size() well within an int.
+    if (s.isNull()) {
+        appendHead(cbor_encode_null(m_head, sizeof(m_head)));
+        return;
+    }
+    // Every UTF-16 unit takes at least one byte: no conversion of a string that could never fit.
     if (s.size() > RecordCodec::MaxEncodedSize)
         throw payloadTooLarge();
-    const int size = utf8Size(s);
-    if (size < 0)
+    QByteArray utf8;
+    if (!Utf8Text::encode(s, &utf8))
         throw QString(QLatin1String("record string holds an unpaired surrogate"));
-    appendVarint(quint64(size));
-    writeUtf8(s, grow(size));
+    appendText(utf8);
 }
 
 void PayloadWriter::appendBytes(const QByteArray &bytes)
 {
-    appendVarint(quint64(bytes.size()));
-    memcpy(grow(bytes.size()), bytes.constData(), size_t(bytes.size()));
+    appendHead(cbor_encode_bytestring_start(size_t(bytes.size()), m_head, sizeof(m_head)));
+    append(bytes.constData(), bytes.size());
+}
+
+void PayloadWriter::enterContainer(int depth)
+{
+    if (depth >= RecordCodec::MaxDepth)
+        throw QString(QLatin1String("record maps and lists nest deeper than %1 levels"))
+            .arg(int(RecordCodec::MaxDepth));
+}
+
+void PayloadWriter::appendList(const QVariantList &list, int depth)
+{
+    enterContainer(depth);
+    appendHead(cbor_encode_array_start(size_t(list.size()), m_head, sizeof(m_head)));
+    for (QVariantList::const_iterator it = list.constBegin(); it != list.constEnd(); ++it)
+        appendValue(*it, depth + 1);
+}
+
+// Deterministic CBOR orders keys by their encoded bytes. A text key's head grows with its length, so
+// that is: shorter keys first, keys of one length by their UTF-8 bytes.
+bool PayloadWriter::encodedKeyLess(const MapEntry &a, const MapEntry &b)
+{
+    if (a.key.size() != b.key.size())
+        return a.key.size() < b.key.size();
+    return memcmp(a.key.constData(), b.key.constData(), size_t(a.key.size())) < 0;
 }
 
 void PayloadWriter::appendMap(const QVariantMap &map, int depth)
 {
-    if (depth >= RecordCodec::MaxMapDepth)
-        throw QString(QLatin1String("record maps nest deeper than %1 levels"))
-            .arg(int(RecordCodec::MaxMapDepth));
-    appendTag(RecordCodec::MapTag);
-    appendVarint(quint64(map.size()));
-    // QMap iterates in QString order, which is the strictly increasing key order the reader demands.
+    enterContainer(depth);
+    std::vector<MapEntry> entries;
+    entries.reserve(size_t(map.size()));
     for (QVariantMap::const_iterator it = map.constBegin(); it != map.constEnd(); ++it) {
-        appendString(it.key());
-        appendValue(it.value(), depth + 1);
+        MapEntry entry;
+        if (!Utf8Text::encode(it.key(), &entry.key))
+            throw QString(QLatin1String("record key holds an unpaired surrogate"));
+        entry.value = &it.value();
+        entries.push_back(entry);
+    }
+    std::sort(entries.begin(), entries.end(), encodedKeyLess);
+
+    appendHead(cbor_encode_map_start(entries.size(), m_head, sizeof(m_head)));
+    for (std::vector<MapEntry>::const_iterator it = entries.begin(); it != entries.end(); ++it) {
+        appendText(it->key);
+        appendValue(*it->value, depth + 1);
     }
 }
 
 void PayloadWriter::appendValue(const QVariant &value, int depth)
 {
     if (!value.isValid()) {
-        appendTag(RecordCodec::InvalidTag);
+        appendHead(cbor_encode_undef(m_head, sizeof(m_head)));
         return;
     }
     switch (value.userType()) {
-    case QMetaType::QString: {
-        const QString s = value.toString();
-        if (s.isNull()) {
-            appendTag(RecordCodec::NullStringTag);
-        } else {
-            appendTag(RecordCodec::StringTag);
-            appendString(s);
-        }
-        break;
-    }
-    case QMetaType::UInt:
-        appendTag(RecordCodec::UInt32Tag);
-        appendVarint(value.toUInt());
-        break;
-    case QMetaType::Int:
-        appendTag(RecordCodec::Int32Tag);
-        appendVarint(zigzag(value.toInt()));
-        break;
-    case QMetaType::ULongLong:
-        appendTag(RecordCodec::UInt64Tag);
-        appendVarint(value.toULongLong());
-        break;
-    case QMetaType::LongLong:
-        appendTag(RecordCodec::Int64Tag);
-        appendVarint(zigzag(value.toLongLong()));
+    case QMetaType::QString:
+        appendString(value.toString());
         break;
     case QMetaType::Bool:
-        appendTag(value.toBool() ? RecordCodec::TrueTag : RecordCodec::FalseTag);
+        appendHead(cbor_encode_bool(value.toBool(), m_head, sizeof(m_head)));
+        break;
+    case QMetaType::Int:
+    case QMetaType::LongLong:
+        appendSigned(value.toLongLong());
+        break;
+    case QMetaType::UInt:
+    case QMetaType::ULongLong:
+        appendHead(cbor_encode_uint(value.toULongLong(), m_head, sizeof(m_head)));
+        break;
+    case QMetaType::Double:
+        appendDouble(value.toDouble());
         break;
     case QMetaType::QByteArray:
-        appendTag(RecordCodec::ByteArrayTag);
         appendBytes(value.toByteArray());
+        break;
+    case QMetaType::QVariantList:
+    case QMetaType::QStringList:
+        appendList(value.toList(), depth);
         break;
     case QMetaType::QVariantMap:
         appendMap(value.toMap(), depth);
@@ -228,224 +255,224 @@ void PayloadWriter::appendValue(const QVariant &value, int depth)
 }
 
 /**
- * Reads encoded values from a byte range. Each read either succeeds with the one canonical encoding of
- * a value or fails, and never trusts a count or length further than the bytes that remain.
+ * Builds the value of a payload from the items that libcbor's streaming decoder reports, one item per
+ * call. libcbor only reads the bytes it is given and allocates nothing; what is allocated here is bounded
+ * by the payload: a string or byte string only arrives whole, and a count that the remaining bytes cannot
+ * hold is refused before anything is reserved for it.
  */
 class PayloadReader
 {
 public:
     PayloadReader(const char *data, int size)
-        : m_pos(reinterpret_cast<const uchar *>(data))
+        : m_pos(reinterpret_cast<const unsigned char *>(data))
         , m_end(m_pos + size)
+        , m_depth(0)
+        , m_opened(false)
+        , m_failed(false)
+        , m_done(false)
     { }
 
-    bool readValue(QVariant *value, int depth);
-    bool atEnd() const { return m_pos == m_end; }
+    /** True when the bytes hold exactly one value made of the profile's items. */
+    bool read(QVariant *value);
 
 private:
-    quint64 remaining() const { return quint64(m_end - m_pos); }
-    bool readVarint(quint64 max, quint64 *n);
-    bool readLength(quint64 *size);
-    bool readString(QString *s);
-    bool readUtf8(int size, QString *s);
-    bool readBytes(QByteArray *bytes);
-    bool readMap(QVariantMap *map, int depth);
+    struct Container
+    {
+        bool isMap;
+        quint64 count; ///< entries of a map, items of a list, as announced
+        quint64 itemsLeft; ///< keys and values of a map count one each
+        QVariantList list;
+        QVariantMap map;
+        QString key;
+    };
 
-    const uchar *m_pos;
-    const uchar *const m_end;
+    static cbor_callbacks callbacks();
+    static PayloadReader *reader(void *context) { return static_cast<PayloadReader *>(context); }
+    template<typename T> static void onUnsigned(void *context, T n) { reader(context)->takeUnsigned(n); }
+    template<typename T> static void onNegative(void *context, T n) { reader(context)->takeNegative(n); }
+    template<typename T> static void onFloat(void *context, T d)
+    {
+        reader(context)->deliver(QVariant(double(d)));
+    }
+    static void onBytes(void *context, cbor_data data, size_t size);
+    static void onText(void *context, cbor_data data, size_t size);
+    static void onArray(void *context, size_t count) { reader(context)->open(false, count); }
+    static void onMap(void *context, size_t count) { reader(context)->open(true, count); }
+    static void onUndefined(void *context) { reader(context)->deliver(QVariant()); }
+    static void onNull(void *context) { reader(context)->deliver(QVariant(QString())); }
+    static void onBool(void *context, bool b) { reader(context)->deliver(QVariant(b)); }
+    static void onTag(void *context, uint64_t) { reader(context)->m_failed = true; }
+    /** Indefinite lengths and their break. */
+    static void onIndefinite(void *context) { reader(context)->m_failed = true; }
+
+    void takeUnsigned(quint64 n);
+    void takeNegative(quint64 n);
+    void open(bool isMap, quint64 count);
+    bool admitContents();
+    void deliver(const QVariant &value);
+    void deliverText(const QString &text);
+    void closeFinished();
+
+    const unsigned char *m_pos;
+    const unsigned char *const m_end;
+    Container m_stack[RecordCodec::MaxDepth];
+    int m_depth;
+    bool m_opened;
+    bool m_failed;
+    bool m_done;
+    QVariant m_result;
 };
 
-bool PayloadReader::readVarint(quint64 max, quint64 *n)
+cbor_callbacks PayloadReader::callbacks()
 {
-    quint64 result = 0;
-    for (int shift = 0; m_pos != m_end; shift += 7) {
-        const uchar b = *m_pos++;
-        // The tenth byte can only carry the top bit of 64.
-        if (shift == 63 && b > 1)
-            return false;
-        result |= quint64(b & 0x7f) << shift;
-        if (!(b & 0x80)) {
-            // A trailing zero group is a longer spelling of a shorter varint.
-            const bool minimal = b != 0 || shift == 0;
-            *n = result;
-            return minimal && result <= max;
-        }
+    cbor_callbacks c = cbor_empty_callbacks;
+    c.uint8 = &onUnsigned<uint8_t>;
+    c.uint16 = &onUnsigned<uint16_t>;
+    c.uint32 = &onUnsigned<uint32_t>;
+    c.uint64 = &onUnsigned<uint64_t>;
+    c.negint8 = &onNegative<uint8_t>;
+    c.negint16 = &onNegative<uint16_t>;
+    c.negint32 = &onNegative<uint32_t>;
+    c.negint64 = &onNegative<uint64_t>;
+    c.byte_string = &onBytes;
+    c.byte_string_start = &onIndefinite;
+    c.string = &onText;
+    c.string_start = &onIndefinite;
+    c.array_start = &onArray;
+    c.indef_array_start = &onIndefinite;
+    c.map_start = &onMap;
+    c.indef_map_start = &onIndefinite;
+    c.tag = &onTag;
+    c.float2 = &onFloat<float>;
+    c.float4 = &onFloat<float>;
+    c.float8 = &onFloat<double>;
+    c.undefined = &onUndefined;
+    c.null = &onNull;
+    c.boolean = &onBool;
+    c.indef_break = &onIndefinite;
+    return c;
+}
+
+void PayloadReader::onBytes(void *context, cbor_data data, size_t size)
+{
+    reader(context)->deliver(QVariant(QByteArray(reinterpret_cast<const char *>(data), int(size))));
+}
+
+void PayloadReader::onText(void *context, cbor_data data, size_t size)
+{
+    QString text;
+    if (Utf8Text::decode(reinterpret_cast<const char *>(data), int(size), &text))
+        reader(context)->deliverText(text);
+    else
+        reader(context)->m_failed = true;
+}
+
+// An integer comes back as the narrowest of UInt, Int, ULongLong and LongLong that holds it.
+void PayloadReader::takeUnsigned(quint64 n)
+{
+    deliver(n <= quint64(UINT_MAX) ? QVariant(uint(n)) : QVariant(qulonglong(n)));
+}
+
+void PayloadReader::takeNegative(quint64 n)
+{
+    if (n > quint64(std::numeric_limits<qint64>::max())) {
+        m_failed = true; // below -2^63
+        return;
     }
-    return false;
+    const qint64 value = -1 - qint64(n);
+    deliver(value >= INT_MIN ? QVariant(int(value)) : QVariant(qlonglong(value)));
 }
 
-/** A byte count, which must not reach beyond the bytes that follow it. */
-bool PayloadReader::readLength(quint64 *size)
+void PayloadReader::open(bool isMap, quint64 count)
 {
-    return readVarint(MaxUInt32, size) && *size <= remaining();
+    if (m_depth == RecordCodec::MaxDepth) {
+        m_failed = true;
+        return;
+    }
+    Container &c = m_stack[m_depth++];
+    c.isMap = isMap;
+    c.count = count;
+    c.itemsLeft = 0;
+    m_opened = true;
 }
 
-bool PayloadReader::readString(QString *s)
+/** A list item takes at least one byte, a map entry two: a count beyond the bytes left is refused. */
+bool PayloadReader::admitContents()
 {
-    quint64 size;
-    if (!readLength(&size))
+    Container &c = m_stack[m_depth - 1];
+    const quint64 bytesLeft = quint64(m_end - m_pos);
+    if (c.isMap ? c.count > bytesLeft / 2 : c.count > bytesLeft)
         return false;
-    return readUtf8(int(size), s);
-}
-
-bool PayloadReader::readUtf8(int size, QString *s)
-{
-    if (size == 0) {
-        *s = QString::fromLatin1("", 0); // empty but not null: the null string has its own tag
-        return true;
-    }
-
-    const uchar *p = m_pos;
-    const uchar *const end = m_pos + size;
-    // Never more UTF-16 units than UTF-8 bytes. Sized exactly, without the headroom that resize() adds.
-    QString result(size, Qt::Uninitialized);
-    QChar *out = result.data();
-    while (p != end) {
-        const uchar lead = *p++;
-        if (lead < 0x80) {
-            *out++ = QChar(ushort(lead));
-            continue;
-        }
-        int continuations;
-        uint u;
-        uint smallest;
-        if (lead >= 0xc2 && lead <= 0xdf) {
-            continuations = 1;
-            u = lead & 0x1f;
-            smallest = 0x80;
-        } else if (lead >= 0xe0 && lead <= 0xef) {
-            continuations = 2;
-            u = lead & 0x0f;
-            smallest = 0x800;
-        } else if (lead >= 0xf0 && lead <= 0xf4) {
-            continuations = 3;
-            u = lead & 0x07;
-            smallest = 0x10000;
-        } else {
-            return false; // a stray continuation byte, an overlong two-byte lead or beyond U+10FFFF
-        }
-        if (end - p < continuations)
-            return false;
-        for (int i = 0; i < continuations; ++i) {
-            if (!isContinuation(*p))
-                return false;
-            u = (u << 6) | (*p++ & 0x3f);
-        }
-        if (u < smallest || u > 0x10ffff || (u >= 0xd800 && u <= 0xdfff))
-            return false;
-        if (u >= 0x10000) {
-            u -= 0x10000;
-            *out++ = QChar(ushort(0xd800 + (u >> 10)));
-            *out++ = QChar(ushort(0xdc00 + (u & 0x3ff)));
-        } else {
-            *out++ = QChar(ushort(u));
-        }
-    }
-    const int units = int(out - result.constData());
-    if (units != size)
-        result.resize(units);
-    m_pos = end;
-    s->swap(result);
+    c.itemsLeft = c.isMap ? 2 * c.count : c.count;
+    if (!c.isMap)
+        c.list.reserve(int(c.count));
     return true;
 }
 
-bool PayloadReader::readBytes(QByteArray *bytes)
+void PayloadReader::deliver(const QVariant &value)
 {
-    quint64 size;
-    if (!readLength(&size))
-        return false;
-    *bytes = QByteArray(reinterpret_cast<const char *>(m_pos), int(size));
-    m_pos += size;
-    return true;
+    if (m_depth == 0) {
+        m_result = value;
+        m_done = true;
+        return;
+    }
+    Container &c = m_stack[m_depth - 1];
+    if (c.isMap) {
+        if (c.itemsLeft % 2 == 0) {
+            m_failed = true; // a key that is no text
+            return;
+        }
+        c.map.insert(c.key, value);
+    } else {
+        c.list.append(value);
+    }
+    --c.itemsLeft;
 }
 
-bool PayloadReader::readMap(QVariantMap *map, int depth)
+void PayloadReader::deliverText(const QString &text)
 {
-    if (depth >= RecordCodec::MaxMapDepth)
-        return false;
-    // An entry takes at least two bytes: a key length and a value tag.
-    quint64 count;
-    if (!readVarint(MaxUInt32, &count) || count > remaining() / 2)
-        return false;
-    QString previousKey;
-    for (quint64 i = 0; i < count; ++i) {
-        QString key;
-        if (!readString(&key))
-            return false;
-        // Strictly increasing keys leave one spelling per map and no duplicates.
-        if (i > 0 && !(previousKey < key))
-            return false;
-        QVariant entry;
-        if (!readValue(&entry, depth + 1))
-            return false;
-        map->insert(key, entry);
-        previousKey = key;
+    if (m_depth > 0) {
+        Container &c = m_stack[m_depth - 1];
+        if (c.isMap && c.itemsLeft % 2 == 0) {
+            c.key = text;
+            --c.itemsLeft;
+            return;
+        }
     }
-    return true;
+    deliver(QVariant(text));
 }
 
-bool PayloadReader::readValue(QVariant *value, int depth)
+void PayloadReader::closeFinished()
 {
-    if (atEnd())
+    while (m_depth > 0 && m_stack[m_depth - 1].itemsLeft == 0) {
+        Container &c = m_stack[--m_depth];
+        const QVariant value = c.isMap ? QVariant(c.map) : QVariant(c.list);
+        c.map = QVariantMap();
+        c.list = QVariantList();
+        deliver(value);
+    }
+}
+
+bool PayloadReader::read(QVariant *value)
+{
+    static const cbor_callbacks decoderCallbacks = callbacks();
+    while (!m_done) {
+        m_opened = false;
+        const cbor_decoder_result result
+            = cbor_stream_decode(m_pos, size_t(m_end - m_pos), &decoderCallbacks, this);
+        if (result.status != CBOR_DECODER_FINISHED || m_failed)
+            return false;
+        m_pos += result.read;
+        if (m_opened && !admitContents())
+            return false;
+        closeFinished();
+        if (m_failed)
+            return false;
+    }
+    if (m_pos != m_end)
         return false;
-    quint64 n;
-    switch (*m_pos++) {
-    case RecordCodec::InvalidTag:
-        *value = QVariant();
-        return true;
-    case RecordCodec::NullStringTag:
-        *value = QVariant(QString());
-        return true;
-    case RecordCodec::StringTag: {
-        QString s;
-        if (!readString(&s))
-            return false;
-        *value = QVariant(s);
-        return true;
-    }
-    case RecordCodec::UInt32Tag:
-        if (!readVarint(MaxUInt32, &n))
-            return false;
-        *value = QVariant(uint(n));
-        return true;
-    case RecordCodec::Int32Tag:
-        if (!readVarint(MaxUInt32, &n))
-            return false;
-        *value = QVariant(int(unzigzag(n)));
-        return true;
-    case RecordCodec::UInt64Tag:
-        if (!readVarint(MaxUInt64, &n))
-            return false;
-        *value = QVariant(qulonglong(n));
-        return true;
-    case RecordCodec::Int64Tag:
-        if (!readVarint(MaxUInt64, &n))
-            return false;
-        *value = QVariant(qlonglong(unzigzag(n)));
-        return true;
-    case RecordCodec::FalseTag:
-        *value = QVariant(false);
-        return true;
-    case RecordCodec::TrueTag:
-        *value = QVariant(true);
-        return true;
-    case RecordCodec::ByteArrayTag: {
-        QByteArray bytes;
-        if (!readBytes(&bytes))
-            return false;
-        *value = QVariant(bytes);
-        return true;
-    }
-    case RecordCodec::MapTag: {
-        QVariantMap map;
-        if (!readMap(&map, depth))
-            return false;
-        *value = QVariant(map);
-        return true;
-    }
-    default:
-        return false;
-    }
+    *value = m_result;
+    return true;
 }
 
 } // namespace
@@ -469,9 +496,19 @@ bool RecordCodec::decode(const QByteArray &bytes, QVariant *value)
 
 bool RecordCodec::decode(const char *data, int size, QVariant *value)
 {
-    PayloadReader reader(data, size);
     QVariant result;
-    if (!reader.readValue(&result, 0) || !reader.atEnd())
+    if (size <= 0 || !PayloadReader(data, size).read(&result))
+        return false;
+    // Each value has one spelling: shortest heads and floats, keys in order and each once, NaN only as
+    // F9 7E00. Writing the value again and comparing checks all of that at once.
+    QByteArray again;
+    again.reserve(size);
+    try {
+        appendTo(&again, result);
+    } catch (const QString &) {
+        return false;
+    }
+    if (again.size() != size || memcmp(again.constData(), data, size_t(size)) != 0)
         return false;
     *value = result;
     return true;

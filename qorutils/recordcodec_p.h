@@ -5,34 +5,22 @@
 #include <QtCore/QVariant>
 
 /**
- * The payload encoding of a framed record (docs/record-format.md): a closed set of value types,
- * decoded strictly so that every accepted payload re-encodes to the same bytes.
+ * The payload of a framed record: one value in deterministic CBOR (RFC 8949), written and read through
+ * libcbor. docs/record-format.md describes the profile, so that a factory tool in any language with a
+ * CBOR library writes the same bytes.
  *
- * A factory tool in another language writes these bytes too, so the tag numbers below are fixed forever.
+ * Decoding is strict: a payload is accepted only when it is exactly the encoding that encode() gives for
+ * the value read, so every accepted payload re-encodes to the same bytes.
  */
 class RecordCodec
 {
 public:
-    enum Tag {
-        InvalidTag = 0x00,
-        NullStringTag = 0x01,
-        StringTag = 0x02, ///< varint byte count, then UTF-8
-        UInt32Tag = 0x03, ///< varint
-        Int32Tag = 0x04, ///< zigzag varint
-        UInt64Tag = 0x05, ///< varint
-        Int64Tag = 0x06, ///< zigzag varint
-        FalseTag = 0x07,
-        TrueTag = 0x08,
-        ByteArrayTag = 0x09, ///< varint byte count, then the bytes
-        MapTag = 0x0A ///< varint entry count, then per entry a key (as a string body) and a value
-    };
-
     enum {
         MaxEncodedSize = 65535, ///< what the frame's 16-bit length field can announce
-        MaxMapDepth = 8
+        MaxDepth = 8 ///< maps and lists nested in each other, the outermost one included
     };
 
-    /** @throws QString when @p value holds a type outside the format, nests too deep or is too large. */
+    /** @throws QString when @p value holds a type outside the profile, nests too deep or is too large. */
     static QByteArray encode(const QVariant &value);
     /**
      * Appends the encoding of @p value to @p out, so that a frame is built in one buffer.
@@ -40,7 +28,7 @@ public:
      */
     static void appendTo(QByteArray *out, const QVariant &value);
 
-    /** True when @p bytes hold exactly one well-formed value, which is stored in @p value. */
+    /** True when @p bytes hold exactly one value in the profile, which is stored in @p value. */
     static bool decode(const QByteArray &bytes, QVariant *value);
     static bool decode(const char *data, int size, QVariant *value);
 };

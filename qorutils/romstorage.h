@@ -11,8 +11,8 @@ class QIODevice;
 class ROMStoragePrivate;
 
 /**
- * One framed record in a board memory or file: a small checked header followed by a compact,
- * language-neutral encoding of a QVariant payload (the layout is in docs/record-format.md).
+ * One framed record in a board memory or file: a small checked header followed by a QVariant payload
+ * in deterministic CBOR (RFC 8949), which any language reads and writes (docs/record-format.md).
  *
  * Reading constructs a ROMStorage from a device positioned at the frame; it reads the header and then
  * exactly the payload length that the header announces, so a slow i2c memory is never read further
@@ -29,7 +29,7 @@ public:
         HeaderSize
         = 12, ///< magic (4), version (1), flags (1), payload length (2), CRC-32 (4); see FrameHeader
         MaxPayloadSize = 65535, ///< the largest payload the 16-bit length field can announce
-        FormatVersion = 1
+        FormatVersion = 2 ///< since the payload is CBOR; a frame of version 1 reads as corrupted
     };
 
     /** Reads one frame from @p dev, starting at its current position. */
@@ -68,7 +68,8 @@ public:
 
     /**
      * The whole frame as it would be written.
-     * @throws QString when the payload holds a type outside the format or is too large.
+     * @throws QString when the payload holds a type outside the format (the message names it), nests
+     * maps and lists more than 8 deep or is too large.
      */
     QByteArray frame() const;
 

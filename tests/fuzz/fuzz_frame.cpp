@@ -60,7 +60,8 @@ void checkAccepted(const ROMStorage &read, qint64 consumed, const QByteArray &in
     again.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     const ROMStorage reread(again);
     FuzzCheck::expect(reread.isValid(), "a re-encoded frame is refused", input);
-    FuzzCheck::expect(reread.payload() == read.payload(), "a re-encoded frame reads to another payload",
+    // Compared as frames: a NaN inside is no QVariant equal to itself.
+    FuzzCheck::expect(reencoded(reread, input) == frame, "a re-encoded frame reads to another payload",
                       input);
 }
 

@@ -2,175 +2,277 @@
 
 #include "rawframe.h"
 
+#include <cstring>
+#include <limits>
+
 namespace {
 
 typedef HostileFrames::Entry Entry;
 
-QByteArray varint(quint64 n)
+const char *const majorNames[] = { "uint", "negint", "bytes", "text", "list", "map" };
+const quint64 maxInt64 = Q_UINT64_C(0x7fffffffffffffff);
+
+int shortestHeadSize(quint64 argument)
 {
-    QByteArray bytes;
-    do {
-        uchar b = n & 0x7f;
-        n >>= 7;
-        if (n)
-            b |= 0x80;
-        bytes.append(char(b));
-    } while (n);
+    return argument < 24          ? 1
+        : argument <= 0xff        ? 2
+        : argument <= 0xffff      ? 3
+        : argument <= 0xffffffffu ? 5
+                                  : 9;
+}
+
+/** A CBOR item head of major type @p major with @p argument written in @p size bytes, big-endian. */
+QByteArray head(int major, quint64 argument, int size)
+{
+    const int additional = size == 1 ? int(argument) : size == 2 ? 24 : size == 3 ? 25 : size == 5 ? 26 : 27;
+    QByteArray bytes(1, char((major << 5) | additional));
+    for (int shift = 8 * (size - 2); shift >= 0; shift -= 8)
+        bytes.append(char(argument >> shift));
     return bytes;
+}
+
+QByteArray item(int major, quint64 argument)
+{
+    return head(major, argument, shortestHeadSize(argument));
 }
 
 QByteArray text(const QByteArray &utf8)
 {
-    return varint(quint64(utf8.size())) + utf8;
+    return item(3, quint64(utf8.size())) + utf8;
 }
 
-QByteArray stringValue(const QByteArray &utf8)
-{
-    return QByteArray(1, '\x02') + text(utf8);
-}
-
-QByteArray mapOf(int count, const QByteArray &entries)
-{
-    return QByteArray(1, '\x0a') + varint(quint64(count)) + entries;
-}
-
-QByteArray nestedMaps(int levels)
-{
-    QByteArray bytes;
-    for (int i = 1; i < levels; ++i)
-        bytes += RawFrame::fromHex("0a01 016b");
-    return bytes + RawFrame::fromHex("0a00");
-}
-
-/** A one-entry record map whose "unit" entry is @p value, already encoded. */
 QByteArray unitRecord(const QByteArray &value)
 {
-    return mapOf(1, text("unit") + value);
+    return item(5, 1) + text("unit") + value;
 }
 
-/** A map whose byte-array "unit" entry fills the payload to the last byte the length field can announce. */
-QByteArray fullPayload()
+/** What a head of major type 2 to 5 announcing @p n is followed by: bytes, items or entries in order. */
+QByteArray contents(int major, quint64 n)
 {
-    const QByteArray head = RawFrame::fromHex("0a01 04756e6974 09");
-    const int room = RawFrame::MaxPayloadSize - head.size() - 3;
-    return head + varint(quint64(room)) + QByteArray(room, 'x');
+    QByteArray bytes;
+    for (quint64 i = 0; i < n; ++i) {
+        if (major == 5)
+            bytes += text(QByteArray::number(int(i) + 0x100, 16).right(2)); // "00" to "ff"
+        bytes += major <= 3 ? 'a' : '\0';
+    }
+    return bytes;
 }
 
-/** As many distinct, sorted two-character keys as printable ASCII allows, each with an invalid value. */
+template<typename T> QByteArray bigEndianBits(T value)
+{
+    quint64 bits = 0;
+    memcpy(&bits, &value, sizeof(value)); // little-endian host: the low bytes
+    QByteArray bytes;
+    for (int shift = 8 * int(sizeof(value)) - 8; shift >= 0; shift -= 8)
+        bytes.append(char(bits >> shift));
+    return bytes;
+}
+
+Entry entry(const QString &name, const QByteArray &payload, bool loads)
+{
+    return Entry { name, RawFrame::around(payload), loads ? HostileFrames::Loaded : HostileFrames::Rejected };
+}
+
+Entry rejected(const QString &name, const QByteArray &payload)
+{
+    return entry(name, payload, false);
+}
+
+Entry loaded(const QString &name, const QByteArray &payload)
+{
+    return entry(name, payload, true);
+}
+
+Entry rejectedFrame(const char *name, const QByteArray &frame)
+{
+    return Entry { QLatin1String(name), frame, HostileFrames::Rejected };
+}
+
+QString hexName(const char *prefix, const QByteArray &bytes)
+{
+    return QLatin1String(prefix) + QString::fromLatin1(bytes.toHex());
+}
+
+// Tags, indefinite lengths, reserved heads, break, and simple values other than false, true, null and
+// undefined, each completed as it would be in a well-formed item.
+void addHeadsOutsideTheProfile(QList<Entry> &entries)
+{
+    for (int initial = 0; initial <= 0xff; ++initial) {
+        const int major = initial >> 5;
+        const int additional = initial & 0x1f;
+        const bool inProfile = major == 7 ? additional >= 20 && additional <= 27 && additional != 24
+                                          : major != 6 && additional <= 27;
+        if (inProfile)
+            continue;
+        QByteArray payload(1, char(initial));
+        payload += QByteArray(additional >= 24 && additional <= 27 ? 1 << (additional - 24) : 0, ' ');
+        if (major == 6)
+            payload += '\0';
+        else if (additional == 31 && major >= 2 && major <= 5)
+            payload += RawFrame::fromHex(major == 5 ? "6161 00 ff" : major == 4 ? "00 ff" : "41 61 ff");
+        const QString name = hexName("head-", payload.left(1));
+        entries << rejected(name, payload) << rejected(name + QLatin1String("-as-unit"), unitRecord(payload));
+    }
+}
+
+// Each integer, length and count in its shortest head loads; in any longer head it is refused.
+void addHeadSpellings(QList<Entry> &entries)
+{
+    const QList<quint64> arguments { 0,        23,           24,
+                                     255,      256,          65535,
+                                     65536,    0xffffffffu,  Q_UINT64_C(0x100000000),
+                                     maxInt64, maxInt64 + 1, ~quint64(0) };
+    for (int major = 0; major <= 5; ++major) {
+        for (const quint64 argument : arguments) {
+            if (major >= 2 && argument > 256)
+                break;
+            for (const int size : { 1, 2, 3, 5, 9 }) {
+                if (size < shortestHeadSize(argument))
+                    continue;
+                const QString name
+                    = QString::fromLatin1("%1-%2-head-%3").arg(QLatin1String(majorNames[major]));
+                const bool loads = size == shortestHeadSize(argument) && !(major == 1 && argument > maxInt64);
+                entries << entry(name.arg(argument).arg(size),
+                                 head(major, argument, size) + contents(major, major >= 2 ? argument : 0),
+                                 loads);
+            }
+        }
+    }
+}
+
+// Each float in its shortest encoding loads, in a wider one it is refused; NaN has one spelling.
+void addFloatSpellings(QList<Entry> &entries)
+{
+    const double infinity = std::numeric_limits<double>::infinity();
+    const QList<QPair<const char *, double> > shortest { { "f90000", 0.0 },
+                                                         { "f98000", -0.0 },
+                                                         { "f93e00", 1.5 },
+                                                         { "f97bff", 65504 },
+                                                         { "f90001", 5.9604644775390625e-08 },
+                                                         { "f98003", -1.7881393432617188e-07 },
+                                                         { "f97c00", infinity },
+                                                         { "f9fc00", -infinity },
+                                                         { "fa47c35000", 100000.0 },
+                                                         { "fa00000001", 1.4012984643248171e-45 },
+                                                         { "fb3fb999999999999a", 0.1 } };
+    for (const auto &f : shortest) {
+        const QByteArray encoded = RawFrame::fromHex(f.first);
+        entries << loaded(hexName("float-", encoded), encoded);
+        if (encoded.size() == 3)
+            entries << rejected(hexName("float-as-single-", encoded),
+                                '\xfa' + bigEndianBits(float(f.second)));
+        if (encoded.size() <= 5)
+            entries << rejected(hexName("float-as-double-", encoded), '\xfb' + bigEndianBits(f.second));
+    }
+    entries << loaded(QLatin1String("nan"), RawFrame::fromHex("f97e00"));
+    for (const char *nan : { "f97e01", "f9fe00", "f97c01", "fa7fc00000", "fb7ff8000000000000" })
+        entries << rejected(hexName("nan-", RawFrame::fromHex(nan)), RawFrame::fromHex(nan));
+}
+
+void addCountsBeyondThePayload(QList<Entry> &entries)
+{
+    for (int major = 2; major <= 5; ++major) {
+        const QString name = QString::fromLatin1("%1-announcing-%2").arg(QLatin1String(majorNames[major]));
+        for (const quint64 announced : { quint64(2), quint64(65536), quint64(0xffffffffu), ~quint64(0) })
+            entries << rejected(name.arg(announced), item(major, announced) + contents(major, 1));
+    }
+    entries << rejectedFrame("length-field-max-short-memory", RawFrame::announcing(0xffff, item(5, 0)))
+            << rejected(QLatin1String("length-field-zero"), QByteArray());
+    const QByteArray full = item(5, 1) + text("unit") + head(2, 65526, 3);
+    entries << loaded(QLatin1String("length-field-max-full-payload"), full + QByteArray(65526, 'x'));
+}
+
+/** Maps, lists or both by turns, nested @p levels deep. */
+QByteArray nested(int levels, int kind)
+{
+    QByteArray bytes;
+    for (int level = 1; level < levels; ++level)
+        bytes += kind == 0 || (kind == 2 && level % 2) ? item(5, 1) + text("k") : item(4, 1);
+    return bytes + item(kind == 1 ? 4 : 5, 0);
+}
+
+void addNesting(QList<Entry> &entries)
+{
+    const char *const kinds[] = { "maps", "lists", "maps-and-lists" };
+    for (int kind = 0; kind < 3; ++kind) {
+        const QString name = QString::fromLatin1("nesting-%1-%2").arg(QLatin1String(kinds[kind]));
+        entries << loaded(name.arg(8), nested(8, kind)) << rejected(name.arg(9), nested(9, kind))
+                << rejected(name.arg(10000), nested(10000, kind));
+    }
+}
+
+void addText(QList<Entry> &entries)
+{
+    // Invalid bytes, overlong forms (also of NUL), encoded surrogates, beyond U+10FFFF, stray
+    // continuations, truncated sequences, Latin-1, five-byte forms.
+    for (const char *illFormed :
+         { "ff", "c0af", "c080", "e080af", "eda080", "f4908080", "80", "e697", "e9", "f888808080" }) {
+        const QByteArray bad = text(RawFrame::fromHex(illFormed));
+        entries << rejected(hexName("utf8-", bad.mid(1)), bad)
+                << rejected(hexName("utf8-as-key-", bad.mid(1)), item(5, 1) + bad + item(0, 0))
+                << rejected(hexName("utf8-as-unit-", bad.mid(1)), unitRecord(bad));
+    }
+    // A byte order mark and noncharacters are text like any other.
+    entries << loaded(QLatin1String("text-byte-order-mark"),
+                      unitRecord(text(RawFrame::fromHex("efbbbf 49 efbbbf"))))
+            << loaded(QLatin1String("text-noncharacters"),
+                      unitRecord(text(RawFrame::fromHex("efbfbf efb790 f48fbfbf"))));
+}
+
+void addKeys(QList<Entry> &entries)
+{
+    entries << rejected(QLatin1String("keys-repeated"), RawFrame::fromHex("a2 6161 f4 6161 f5"))
+            << rejected(QLatin1String("unit-repeated"),
+                        item(5, 2) + text("unit") + text("I111111") + text("unit") + text("I222222"))
+            << rejected(QLatin1String("keys-unsorted"), RawFrame::fromHex("a2 6162 f4 6161 f5"))
+            << rejected(QLatin1String("keys-bytewise-not-shorter-first"),
+                        RawFrame::fromHex("a2 626161 f4 6162 f5"))
+            << rejected(QLatin1String("keys-in-utf16-order"),
+                        RawFrame::fromHex("a2 64f09f9880 f4 63efbc81 f5"));
+    for (const char *nonText : { "00", "20", "41 61", "f6", "f7", "f4", "f93e00", "80", "a0" })
+        entries << rejected(hexName("key-", RawFrame::fromHex(nonText)),
+                            item(5, 1) + RawFrame::fromHex(nonText) + '\0');
+}
+
+void addTrailingBytes(QList<Entry> &entries)
+{
+    entries << rejected(QLatin1String("trailing-bytes-in-payload"), RawFrame::fromHex("f5 f5"))
+            << rejected(QLatin1String("trailing-zero-after-map"), RawFrame::fromHex("a0 00"))
+            << Entry { QLatin1String("trailing-bytes-after-frame"),
+                       RawFrame::around(unitRecord(text("I123456"))) + "not a frame", HostileFrames::Loaded };
+}
+
+void addHeaders(QList<Entry> &entries)
+{
+    QByteArray lowerMagic = RawFrame::around(item(5, 0));
+    lowerMagic[0] = 'q';
+    entries << rejectedFrame("header-version-1", RawFrame::around(item(5, 0), 1))
+            << rejectedFrame("header-version-3", RawFrame::around(item(5, 0), 3))
+            << rejectedFrame("header-flags-set", RawFrame::around(item(5, 0), 2, 1))
+            << rejectedFrame("header-magic-lowercase", lowerMagic);
+}
+
+/** As many distinct two-character keys as printable ASCII allows, in order, each with an undefined value. */
 QByteArray manyKeys()
 {
     QByteArray entries;
     int count = 0;
     for (char first = '!'; first <= '~'; ++first) {
-        for (char second = '!'; second <= '~'; ++second, ++count) {
-            entries += text(QByteArray(1, first) + second);
-            entries += '\0';
-        }
+        for (char second = '!'; second <= '~'; ++second, ++count)
+            entries += text(QByteArray(1, first) + second) + '\xf7';
     }
-    return mapOf(count, entries);
-}
-
-Entry rejected(const char *name, const QByteArray &frame)
-{
-    return Entry { QString::fromLatin1(name), frame, HostileFrames::Rejected };
-}
-
-Entry rejectedPayload(const char *name, const char *hex)
-{
-    return rejected(name, RawFrame::around(RawFrame::fromHex(hex)));
-}
-
-Entry loaded(const char *name, const QByteArray &frame)
-{
-    return Entry { QString::fromLatin1(name), frame, HostileFrames::Loaded };
-}
-
-void addLengthFields(QList<Entry> &entries)
-{
-    entries << rejected("length-field-max-short-memory",
-                        RawFrame::announcing(0xffff, RawFrame::fromHex("0a00")))
-            << loaded("length-field-max-full-payload", RawFrame::around(fullPayload()))
-            << rejected("length-field-zero", RawFrame::around(QByteArray()))
-            << rejectedPayload("string-length-uint32-max", "02 ffffffff0f 61")
-            << rejectedPayload("string-length-beyond-uint32", "02 ffffffffffffffffff01 61")
-            << rejectedPayload("bytes-length-beyond-payload", "09 ffff03 00")
-            << rejectedPayload("map-count-uint32-max", "0a ffffffff0f")
-            << rejectedPayload("map-count-beyond-entries", "0a 05 0161 07");
-}
-
-void addNesting(QList<Entry> &entries)
-{
-    entries << loaded("nesting-8-levels", RawFrame::around(nestedMaps(8)))
-            << rejected("nesting-9-levels", RawFrame::around(nestedMaps(9)))
-            << rejected("nesting-10000-levels", RawFrame::around(nestedMaps(10000)));
-}
-
-void addUnknownTags(QList<Entry> &entries)
-{
-    entries << rejectedPayload("unknown-tag-0b", "0b") << rejectedPayload("unknown-tag-ff", "ff")
-            << rejectedPayload("unknown-tag-in-map", "0a01 0161 ff")
-            << rejectedPayload("unknown-tag-as-unit", "0a01 04756e6974 0c");
-}
-
-void addBadText(QList<Entry> &entries)
-{
-    entries << rejectedPayload("utf8-invalid-byte", "02 01 ff")
-            << rejectedPayload("utf8-overlong", "02 02 c0af")
-            << rejectedPayload("utf8-overlong-nul", "02 02 c080")
-            << rejectedPayload("utf8-encoded-surrogate", "02 03 eda080")
-            << rejectedPayload("utf8-beyond-u10ffff", "02 04 f4908080")
-            << rejectedPayload("utf8-stray-continuation", "02 01 80")
-            << rejectedPayload("utf8-truncated-sequence", "02 02 e697")
-            << rejectedPayload("utf8-latin1-in-key", "0a01 01e9 07")
-            << rejected("utf8-latin1-unit", RawFrame::around(unitRecord(stringValue("I12345\xe9"))));
-}
-
-void addRepeatedKeys(QList<Entry> &entries)
-{
-    entries << rejectedPayload("keys-repeated", "0a02 0161 07 0161 08")
-            << rejected(
-                   "unit-repeated",
-                   RawFrame::around(mapOf(
-                       2, text("unit") + stringValue("I111111") + text("unit") + stringValue("I222222"))))
-            << rejectedPayload("keys-unsorted", "0a02 0162 07 0161 08");
-}
-
-void addVarints(QList<Entry> &entries)
-{
-    entries << rejectedPayload("varint-non-minimal", "03 8000")
-            << rejectedPayload("varint-non-minimal-length", "02 8100 61")
-            << rejectedPayload("varint-non-minimal-map-count", "0a 8000")
-            << rejectedPayload("varint-eleven-bytes", "05 8080808080808080808000")
-            << rejectedPayload("varint-uint32-out-of-range", "03 8080808010")
-            << rejectedPayload("varint-uint64-overflow", "05 ffffffffffffffffff02")
-            << rejectedPayload("varint-truncated", "03 80");
-}
-
-void addTrailingBytes(QList<Entry> &entries)
-{
-    entries << rejectedPayload("trailing-bytes-in-payload", "07 07")
-            << rejectedPayload("trailing-zero-after-map", "0a00 00")
-            << loaded("trailing-bytes-after-frame",
-                      RawFrame::around(unitRecord(stringValue("I123456"))) + QByteArray("not a frame"));
-}
-
-void addHeaders(QList<Entry> &entries)
-{
-    QByteArray lowerMagic = RawFrame::around(RawFrame::fromHex("0a00"));
-    lowerMagic[0] = 'q';
-    entries << rejected("header-version-2", RawFrame::around(RawFrame::fromHex("0a00"), 2))
-            << rejected("header-flags-set", RawFrame::around(RawFrame::fromHex("0a00"), 1, 1))
-            << rejected("header-magic-lowercase", lowerMagic);
+    return item(5, quint64(count)) + entries;
 }
 
 void addOddRecords(QList<Entry> &entries)
 {
-    entries << loaded("many-keys", RawFrame::around(manyKeys()))
-            << loaded("unit-huge-string", RawFrame::around(unitRecord(stringValue(QByteArray(65000, 'I')))))
-            << loaded("unit-uint32", RawFrame::around(unitRecord(RawFrame::fromHex("03 c0c407"))))
-            << loaded("unit-null-string", RawFrame::around(unitRecord(RawFrame::fromHex("01"))))
-            << loaded("unit-nul-characters", RawFrame::around(unitRecord(stringValue(QByteArray(7, '\0')))))
-            << loaded("empty-map", RawFrame::around(RawFrame::fromHex("0a00")));
+    entries << loaded(QLatin1String("many-keys"), manyKeys())
+            << loaded(QLatin1String("unit-huge-string"), unitRecord(text(QByteArray(65000, 'I'))))
+            << loaded(QLatin1String("unit-uint32"), unitRecord(item(0, 123456)))
+            << loaded(QLatin1String("unit-null-string"), unitRecord(RawFrame::fromHex("f6")))
+            << loaded(QLatin1String("unit-nul-characters"), unitRecord(text(QByteArray(7, '\0'))))
+            << loaded(QLatin1String("unit-list"), unitRecord(RawFrame::fromHex("82 f93e00 6149")))
+            << loaded(QLatin1String("empty-map"), item(5, 0));
 }
 
 } // namespace
@@ -178,12 +280,13 @@ void addOddRecords(QList<Entry> &entries)
 QList<HostileFrames::Entry> HostileFrames::all()
 {
     QList<Entry> entries;
-    addLengthFields(entries);
+    addHeadsOutsideTheProfile(entries);
+    addHeadSpellings(entries);
+    addFloatSpellings(entries);
+    addCountsBeyondThePayload(entries);
     addNesting(entries);
-    addUnknownTags(entries);
-    addBadText(entries);
-    addRepeatedKeys(entries);
-    addVarints(entries);
+    addText(entries);
+    addKeys(entries);
     addTrailingBytes(entries);
     addHeaders(entries);
     addOddRecords(entries);

@@ -6,10 +6,12 @@
 #include <QtCore/QString>
 
 /**
- * Frames with a right CRC and hostile content, as a damaged or forged memory could hold them: length
- * fields at their maximum, deep nesting, unknown tags, text that is not UTF-8, repeated keys, non-minimal
- * varints, trailing bytes. Each is named, so that it becomes a fuzzing seed of that name and a row of the
- * store's test, and says what reading it must give.
+ * Frames with a right CRC and hostile content, as a damaged or forged memory could hold them, generated
+ * from a few rules: every item head outside the payload's CBOR profile, every longer spelling of an
+ * integer, length, count or float, counts and lengths beyond the payload, deep nesting, text that is not
+ * UTF-8, keys that are repeated, unsorted or no text, trailing bytes, wrong headers. Each is named, so
+ * that it becomes a fuzzing seed of that name and a row of the store's test, and says what reading it
+ * must give; the shortest spellings are among them as frames that load.
  */
 class HostileFrames
 {

@@ -35,7 +35,7 @@ QByteArray RawFrame::around(const QByteArray &payload, char version, char flags)
 
 QByteArray RawFrame::announcing(quint16 announcedLength, const QByteArray &payload)
 {
-    QByteArray frame = header(announcedLength, 1, 0);
+    QByteArray frame = header(announcedLength, Version, 0);
     appendCrc(&frame, payload);
     return frame + payload;
 }

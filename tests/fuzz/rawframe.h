@@ -11,10 +11,10 @@
 class RawFrame
 {
 public:
-    enum { HeaderSize = 12, MaxPayloadSize = 65535 };
+    enum { HeaderSize = 12, MaxPayloadSize = 65535, Version = 2 };
 
     /** A frame around @p payload (at most MaxPayloadSize bytes) whose length and CRC fields fit it. */
-    static QByteArray around(const QByteArray &payload, char version = 1, char flags = 0);
+    static QByteArray around(const QByteArray &payload, char version = Version, char flags = 0);
     /**
      * A header announcing @p announcedLength payload bytes, followed by @p payload, with the CRC taken
      * over what follows the header: a length field that promises more than the memory holds.

@@ -13,6 +13,7 @@
 
 #include <climits>
 #include <cstdio>
+#include <limits>
 
 namespace {
 
@@ -40,6 +41,8 @@ QVariantMap boardDescriptor()
 {
     QVariantMap descriptor = referenceRecord();
     descriptor.insert(QStringLiteral("serial"), 1234567u);
+    descriptor.insert(QStringLiteral("calibration"), QVariantList { 1.5, -0.25, 0.1, 100000.0 });
+    descriptor.insert(QStringLiteral("temperature"), 23.5);
     return descriptor;
 }
 
@@ -61,6 +64,11 @@ QList<Seed> valueFrames()
         { QStringLiteral("false"), QVariant(false) },
         { QStringLiteral("true"), QVariant(true) },
         { QStringLiteral("bytes"), QVariant(QByteArray("\x00\xff\x80", 3)) },
+        { QStringLiteral("half"), QVariant(-1.5) },
+        { QStringLiteral("single"), QVariant(65520.0) },
+        { QStringLiteral("double"), QVariant(0.1) },
+        { QStringLiteral("nan"), QVariant(std::numeric_limits<double>::quiet_NaN()) },
+        { QStringLiteral("list"), QVariant(QVariantList { 1u, QString(), QVariantList { -1 } }) },
         { QStringLiteral("empty-map"), QVariant(QVariantMap()) },
         { QStringLiteral("nested-map"), QVariant(nested) },
         { QStringLiteral("reference-record"), QVariant(referenceRecord()) },

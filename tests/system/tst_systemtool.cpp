@@ -321,7 +321,7 @@ void SystemToolTest::commands_data()
         << (QStringList() << "com  COM Module"
                           << "  offset      256"
                           << "  room        384 bytes"
-                          << "  header      magic \"QROM\", version 1, flags 0, payload 86 bytes"
+                          << "  header      magic \"QROM\", version 2, flags 0, payload 82 bytes"
                           << " (match)"
                           << "  verdict     valid"
                           << "    unit       \"I123456\""

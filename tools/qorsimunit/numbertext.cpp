@@ -3,7 +3,10 @@
 
 #include "parseerror.h"
 
+#include <QLocale>
+
 #include <cctype>
+#include <limits>
 
 namespace {
 
@@ -51,6 +54,20 @@ qint64 NumberText::toSigned(const QString &text, qint64 min, qint64 max, int lin
     if (magnitude > quint64(max))
         throw outOfRange(text, lineNumber);
     return qint64(magnitude);
+}
+
+double NumberText::toDouble(const QString &text, int lineNumber)
+{
+    if (text == QLatin1String("nan"))
+        return std::numeric_limits<double>::quiet_NaN();
+    if (text == QLatin1String("inf") || text == QLatin1String("-inf"))
+        return text.startsWith(QLatin1Char('-')) ? -std::numeric_limits<double>::infinity()
+                                                 : std::numeric_limits<double>::infinity();
+    bool ok = false;
+    const double value = text.trimmed() == text ? QLocale::c().toDouble(text, &ok) : 0;
+    if (!ok || qAbs(value) == std::numeric_limits<double>::infinity())
+        throw ParseError(lineNumber, QStringLiteral("\"%1\" is not a decimal number").arg(text));
+    return value;
 }
 
 bool NumberText::toBytes(const QString &text, QByteArray *bytes)

@@ -50,22 +50,37 @@ QVariant RecordFields::parseValue(const Token &value, int lineNumber)
         return parseBool(rest, lineNumber);
     if (type == QLatin1String("hex"))
         return parseHexBytes(rest, lineNumber);
+    if (type == QLatin1String("f64"))
+        return QVariant(NumberText::toDouble(rest, lineNumber));
     return QVariant(text);
 }
 
 QVariantMap RecordFields::parse(const QList<Token> &fields, int lineNumber)
 {
     QVariantMap record;
+    QStringList lists;
     for (const Token &field : fields) {
         const int equals = field.text.indexOf(QLatin1Char('='));
         if (equals <= 0)
             throw ParseError(lineNumber, QStringLiteral("\"%1\" is not a name=value field").arg(field.text));
-        const QString name = field.text.left(equals);
-        if (record.contains(name))
+        QString name = field.text.left(equals);
+        // name[]=value appends to the list under name, which the first such field starts.
+        const bool listItem = name.endsWith(QLatin1String("[]")) && name.size() > 2;
+        if (listItem)
+            name.chop(2);
+        if (record.contains(name) && !(listItem && lists.contains(name)))
             throw ParseError(lineNumber, QStringLiteral("field \"%1\" given twice").arg(name));
         Token value = field;
         value.text = field.text.mid(equals + 1);
-        record.insert(name, parseValue(value, lineNumber));
+        if (!listItem) {
+            record.insert(name, parseValue(value, lineNumber));
+            continue;
+        }
+        QVariantList list = record.value(name).toList();
+        list.append(parseValue(value, lineNumber));
+        record.insert(name, list);
+        if (!lists.contains(name))
+            lists.append(name);
     }
     return record;
 }

@@ -7,8 +7,9 @@
 
 /**
  * Turns "name=value" words into a record map. A value is a string unless it carries a type prefix:
- * u32:, i32:, u64:, i64: (decimal, or hexadecimal after 0x), bool:true|false, hex:<bytes>, str:<text>
- * (a string that would otherwise read as typed), or is the word null (a null string).
+ * u32:, i32:, u64:, i64: (decimal, or hexadecimal after 0x), f64: (a double: decimal, nan, inf, -inf),
+ * bool:true|false, hex:<bytes>, str:<text> (a string that would otherwise read as typed), or is the word
+ * null (a null string). "name[]=value" words append their values to a list under name.
  */
 class RecordFields
 {
