@@ -4,6 +4,8 @@
 #include "numbertext.h"
 #include "parseerror.h"
 
+#include <QtCore/QStringList>
+
 namespace {
 
 QVariant parseBool(const QString &text, int lineNumber)
