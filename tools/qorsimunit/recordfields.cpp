@@ -73,7 +73,10 @@ QVariantMap RecordFields::parse(const QList<Token> &fields, int lineNumber)
         if (record.contains(name) && !(listItem && lists.contains(name)))
             throw ParseError(lineNumber, QStringLiteral("field \"%1\" given twice").arg(name));
         Token value = field;
+        // Qt 4 gives a null string for the end of a text, and a value written as "" is an empty one.
         value.text = field.text.mid(equals + 1);
+        if (value.text.isNull())
+            value.text = QLatin1String("");
         if (!listItem) {
             record.insert(name, parseValue(value, lineNumber));
             continue;

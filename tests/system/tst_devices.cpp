@@ -1,0 +1,196 @@
+// The device classes of libqorutils at their real paths on simulated units: the test runs itself inside the
+// sandbox with "--probe NAME", which prints a one-line report of what the device did; hmi::SysFsFile on
+// plain files.
+#include "sandbox.h"
+
+#include <qorutils/exception.h>
+#include <qorutils/piciodevice.h>
+#include <qorutils/sysfsfile.h>
+#include <qorutils/uiodevice.h>
+
+#include "qtestcompat.h"
+
+#include <QTemporaryFile>
+#include <QTextStream>
+
+namespace {
+
+// What discovery leaves out of the carrier board's memory: writing it, seeking in it, and its end.
+QString probePic()
+{
+    PicIODevice device;
+    QStringList report;
+    if (device.open(QIODevice::WriteOnly)) {
+        report << QStringLiteral("size %1, seek 4 %2").arg(device.size()).arg(device.seek(4));
+        report << QStringLiteral("wrote %1").arg(device.write("record"));
+        device.seek(device.size() > 0 ? device.size() - 2 : 1 << 20);
+        report << QStringLiteral("wrote %1 near the end: %2")
+                      .arg(device.write("abcd", 4))
+                      .arg(device.errorString());
+        device.close();
+    }
+    if (device.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        device.seek(4);
+        report << QStringLiteral("read \"%1\"").arg(QString::fromLatin1(device.read(6).toHex()));
+        report
+            << QStringLiteral("beyond %1: %2").arg(device.seek(device.size() + 1)).arg(device.errorString());
+    }
+    return report.join(QStringLiteral("; "));
+}
+
+/** How many of this process's mappings and open descriptors refer to /dev/uio0. */
+QString uioReferences()
+{
+    QFile maps(QStringLiteral("/proc/self/maps"));
+    maps.open(QIODevice::ReadOnly);
+    int open = 0;
+    for (const QFileInfo &fd : QDir(QStringLiteral("/proc/self/fd"))
+                                   .entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot))
+        open += fd.symLinkTarget() == QLatin1String("/dev/uio0") ? 1 : 0;
+    return QStringLiteral("mapped %1 open %2").arg(maps.readAll().count("/dev/uio0")).arg(open);
+}
+
+// What discovery's one read leaves out: writing through a mapping, and the lifetime of mappings.
+QString probeUio()
+{
+    QString report;
+    QList<hmi::UioDevice::Map> maps;
+    {
+        hmi::UioDevice device(0);
+        maps = device.maps();
+        maps.value(0).mmap(hmi::UioDevice::ReadOnly);
+        char *base = static_cast<char *>(maps.value(0).mmap(hmi::UioDevice::ReadWrite));
+        *reinterpret_cast<volatile quint32 *>(base + 0x1d8) = 0xdeadbeef;
+        report = uioReferences();
+    }
+    report += QStringLiteral(", then ") + uioReferences();
+    try {
+        maps.value(0).mmap(hmi::UioDevice::ReadOnly);
+    } catch (const hmi::Exception &e) {
+        report += QStringLiteral(", then ") + e.message();
+    }
+    return report;
+}
+
+} // namespace
+
+class TestDevices : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void probes_data();
+    void probes();
+    void closedDevices();
+    void sysFsAttribute_data();
+    void sysFsAttribute();
+};
+
+void TestDevices::probes_data()
+{
+    QTest::addColumn<QString>("unit");
+    QTest::addColumn<QString>("device"); // put at the probed path in place of the unit's file
+    QTest::addColumn<QString>("report");
+    QTest::addColumn<QByteArray>("content"); // of the unit's file afterwards; null: not checked
+
+    QTest::newRow("pic")
+        << "store cb blank-ff size=16" << QString()
+        << "size 16, seek 4 1; wrote 6; wrote 2 near the end: No space left on device; read "
+           "\"7265636f7264\"; beyond 0: Position 17 lies outside the carrier board memory (16 bytes)"
+        << QByteArray("\xff\xff\xff\xffrecord\xff\xff\xff\xff"
+                      "ab");
+    // Character devices whose lseek(SEEK_END) answers 0 and whose fstat size is 0, like many drivers: the
+    // driver shows where the memory ends.
+    QTest::newRow("pic without a size, endless")
+        << "store cb blank-ff"
+        << "/dev/zero"
+        << "size 0, seek 4 1; wrote 6; wrote 4 near the end: Unknown error; "
+           "read \"000000000000\"; beyond 1: Unknown error"
+        << QByteArray();
+    QTest::newRow("pic without a size, full")
+        << "store cb blank-ff"
+        << "/dev/full"
+        << "size 0, seek 4 1; wrote -1; wrote -1 near the end: No space left on "
+           "device; read \"000000000000\"; beyond 1: Unknown error"
+        << QByteArray();
+    QByteArray uio(4096, 0);
+    uio.replace(0x1d8, 4, "\xef\xbe\xad\xde");
+    QTest::newRow("uio")
+        << "fpga 0x12340a5f" << QString()
+        << "mapped 2 open 1, then mapped 0 open 0, then Cannot map UIO map 0: its device is closed" << uio;
+}
+
+void TestDevices::probes()
+{
+    QFETCH(QString, unit);
+    QFETCH(QString, device);
+    QFETCH(QByteArray, content);
+    const QString probe = QString::fromLatin1(QTest::currentDataTag()).section(QLatin1Char(' '), 0, 0);
+    const QString path
+        = probe == QLatin1String("pic") ? PicIODevice::devicePath() : QStringLiteral("/dev/uio0");
+
+    Sandbox sandbox;
+    const SandboxResult built = sandbox.build(unit);
+    QVERIFY2(built.exitCode == 0, qPrintable(built.describe()));
+    QVERIFY(device.isEmpty() || sandbox.putDevice(path, device));
+    const SandboxResult run = sandbox.run(QCoreApplication::applicationFilePath(),
+                                          QStringList() << QStringLiteral("--probe") << probe);
+
+    QVERIFY2(run.exitCode == 0, qPrintable(run.describe()));
+    QTEST(QString::fromUtf8(run.out).trimmed(), "report");
+    QFile file(sandbox.hostPath(path));
+    if (!content.isNull() && file.open(QIODevice::ReadOnly))
+        QCOMPARE(file.readAll(), content);
+}
+
+void TestDevices::closedDevices()
+{
+    PicIODevice pic;
+    QCOMPARE(pic.size(), Q_INT64_C(0));
+    QVERIFY(!pic.isSequential());
+    QVERIFY(!pic.seek(0));
+    QCOMPARE(pic.errorString(), QStringLiteral("The carrier board memory is not open"));
+    QVERIFY(!pic.open(QIODevice::Append | QIODevice::WriteOnly));
+    QVERIFY_EXCEPTION_THROWN(hmi::UioDevice::Map().mmap(hmi::UioDevice::ReadOnly), hmi::Exception);
+}
+
+void TestDevices::sysFsAttribute_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("one line end dropped") << QByteArray("02:fc:00:00:00:01\n") << "02:fc:00:00:00:01";
+    QTest::newRow("only one of two line ends") << QByteArray("ABC\n\n") << "ABC\n";
+    QTest::newRow("blanks and carriage return kept") << QByteArray(" ABC \r\n") << " ABC \r";
+    QTest::newRow("UTF-8") << QByteArray("Gr\xc3\xbc\xc3\x9f") << QString::fromUtf8("Gr\xc3\xbc\xc3\x9f");
+    QTest::newRow("empty attribute") << QByteArray("") << "";
+    QTest::newRow("missing attribute") << QByteArray() << QString();
+    QTest::newRow("bounded to one page") << QByteArray(4096, 'x') + "tail\n"
+                                         << QString(4096, QLatin1Char('x'));
+}
+
+void TestDevices::sysFsAttribute()
+{
+    QFETCH(QByteArray, content);
+    QTemporaryFile file;
+    QVERIFY(file.open() && file.write(content) == content.size() && file.flush());
+
+    hmi::SysFsFile attribute(file.fileName() + QLatin1String(content.isNull() ? ".missing" : ""));
+
+    QCOMPARE(attribute.isOpen(), !content.isNull());
+    QTEST(attribute.toString(), "text");
+    QCOMPARE(attribute.toString().isNull(), content.isNull());
+}
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    if (argc == 3 && qstrcmp(argv[1], "--probe") == 0) {
+        QTextStream(stdout) << (qstrcmp(argv[2], "pic") == 0 ? probePic() : probeUio()) << '\n';
+        return 0;
+    }
+    TestDevices test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_devices.moc"
