@@ -51,7 +51,8 @@ function(qor_library_defaults target)
     target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_BINARY_DIR}/include>
                                                 $<INSTALL_INTERFACE:${QOR_INSTALL_INCLUDEDIR}>)
     if(QOR_INSTALL_RPATH)
-        set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
+        set(rpath "$ORIGIN" ${QOR_INSTALL_RPATH_QT})
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH "${rpath}")
     endif()
 endfunction()
 
