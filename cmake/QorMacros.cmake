@@ -50,6 +50,10 @@ function(qor_library_defaults target)
                                                  QT_NO_CAST_FROM_BYTEARRAY QT_USE_QSTRINGBUILDER)
     target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_BINARY_DIR}/include>
                                                 $<INSTALL_INTERFACE:${QOR_INSTALL_INCLUDEDIR}>)
+    if(QOR_INSTALL_RPATH)
+        set(rpath "$ORIGIN" ${QOR_INSTALL_RPATH_QT})
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH "${rpath}")
+    endif()
 endfunction()
 
 # A Qt Test executable registered with CTest. GUI tests need a display: Qt 5 and 6 have the offscreen

@@ -15,7 +15,9 @@ namespace hmi {
 class QORUTILS_EXPORT DeviceDescriptor : public QVariantMap
 {
 public:
+    /** An empty descriptor. */
     DeviceDescriptor();
+    /** A descriptor holding the entries of @p map (implicitly shared, as QVariantMap is). */
     DeviceDescriptor(const QVariantMap &map);
     ~DeviceDescriptor();
 

@@ -18,12 +18,17 @@ namespace hmi {
 class QORUTILS_EXPORT Exception : public std::exception
 {
 public:
+    /** An exception carrying @p message. */
     explicit Exception(const QString &message);
+    /** A copy carrying the same message. */
     Exception(const Exception &other);
+    /** Takes the message of @p other. */
     Exception &operator=(const Exception &other);
     ~Exception() QORUTILS_NOEXCEPT QORUTILS_OVERRIDE;
 
+    /** The message, such as "Cannot open the UIO device /dev/uio0: No such file or directory". */
     QString message() const;
+    /** The message in UTF-8, valid as long as the exception. */
     const char *what() const QORUTILS_NOEXCEPT QORUTILS_OVERRIDE;
 
 private:

@@ -30,9 +30,13 @@ public:
     bool isComplete() const;
     /** The four magic bytes, "QROM" in a frame. */
     QByteArray magic() const;
+    /** The format version byte; 1 in the frames that ROMStorage writes. */
     int version() const;
+    /** The flags byte; 0 in the frames that ROMStorage writes. */
     int flags() const;
+    /** The number of payload bytes that the header announces, 0 to MaxPayloadLength. */
     int payloadLength() const;
+    /** The CRC-32 that the header carries; compare it with computedCrc(). */
     quint32 storedCrc() const;
     /** Magic, version and flags are those of a frame in format @p version. */
     bool isFormat(int version) const;

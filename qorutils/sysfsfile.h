@@ -15,6 +15,10 @@ class QORUTILS_EXPORT SysFsFile : public QFile
 {
     Q_OBJECT
 public:
+    /**
+     * Opens the attribute at @p path with @p mode; a failure leaves it closed and throws nothing. Owned by
+     * @p parent through QObject (or by the caller when it is null).
+     */
     SysFsFile(const QString &path, QIODevice::OpenMode mode = QIODevice::ReadOnly, QObject *parent = 0);
     ~SysFsFile() QORUTILS_OVERRIDE;
 

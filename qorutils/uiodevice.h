@@ -19,14 +19,21 @@ class UioDevicePrivate;
 class QORUTILS_EXPORT UioDevice
 {
 public:
-    enum AccessType { ReadOnly = 1, ReadWrite = 2 };
+    /** How Map::mmap() maps a region. */
+    enum AccessType {
+        ReadOnly = 1, ///< for reading
+        ReadWrite = 2 ///< for reading and writing; needs the device open read-write
+    };
 
     /** One memory region of the device. */
     class QORUTILS_EXPORT Map
     {
     public:
+        /** A map of no device: index -1, size 0; mmap() throws. */
         Map();
+        /** The map's number K, from "/sys/class/uio/uio<N>/maps/map<K>". */
         int index() const;
+        /** The region's size in bytes, as the kernel lists it. */
         quint64 size() const;
         /**
          * Maps the region (map K lies at offset K times the page size of the device) and returns its
@@ -44,8 +51,10 @@ public:
 
     /** Opens "/dev/uio<number>". @throws hmi::Exception when it cannot be opened. */
     explicit UioDevice(unsigned int number);
+    /** Unmaps every region mapped through it and closes the device. */
     ~UioDevice();
 
+    /** The device's number N, as given to the constructor. */
     unsigned int number() const;
     /** The device's maps, in index order; empty when it has none. */
     QList<Map> maps() const;
