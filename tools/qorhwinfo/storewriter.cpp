@@ -93,6 +93,23 @@ bool readRegion(const hmi::HwInfoHelper::EEPROM &store, QByteArray *image, QStri
     return ok;
 }
 
+// A store that was written is read again through the library, as the next discovery will read it.
+bool readsBack(const hmi::HwInfoHelper::EEPROM &store, const QVariantMap &record, QString *error)
+{
+    hmi::HwInfoHelper::EEPROM check = store;
+    try {
+        check.load();
+    } catch (const QString &failure) {
+        *error = QString::fromLatin1("reading back: %1").arg(failure);
+        return false;
+    }
+    if (QVariantMap(check.descriptor) != record) {
+        *error = QLatin1String("reading back: the record differs from the one written");
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 bool readImage(const hmi::HwInfoHelper::EEPROM &store, QByteArray *image, bool *present, QString *error)
@@ -156,18 +173,7 @@ bool writeRecord(const hmi::HwInfoHelper::EEPROM &store, const QVariantMap &reco
     if (!ok)
         return false;
 
-    hmi::HwInfoHelper::EEPROM check = store;
-    try {
-        check.load();
-    } catch (const QString &failure) {
-        *error = QString::fromLatin1("reading back: %1").arg(failure);
-        return false;
-    }
-    if (QVariantMap(check.descriptor) != record) {
-        *error = QLatin1String("reading back: the record differs from the one written");
-        return false;
-    }
-    return true;
+    return readsBack(store, record, error);
 }
 
 bool replaceFile(const QString &path, const QByteArray &bytes, QString *error)
@@ -211,18 +217,7 @@ bool writeCacheRecord(const hmi::HwInfoHelper::EEPROM &store, const QString &pat
     }
     if (!replaceFile(path, frame, error))
         return false;
-    hmi::HwInfoHelper::EEPROM check = store;
-    try {
-        check.load();
-    } catch (const QString &failure) {
-        *error = QString::fromLatin1("reading back: %1").arg(failure);
-        return false;
-    }
-    if (QVariantMap(check.descriptor) != record) {
-        *error = QLatin1String("reading back: the record differs from the one written");
-        return false;
-    }
-    return true;
+    return readsBack(store, record, error);
 }
 
 bool removeFile(const QString &path, QString *error)
