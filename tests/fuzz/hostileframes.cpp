@@ -104,8 +104,8 @@ QList<QPair<QString, QByteArray> > HostileFrames::all()
         add("payload-" + QString(hex).remove(' '), QByteArray::fromHex(hex.toLatin1()));
     // Other versions, flags or magic, and a length beyond the memory.
     for (const char *start : { "QROM\x01", "QROM\x03", "qROM\x02", "QROM\x02\x01" })
-        frames.append(
-            qMakePair("header-" + QByteArray(start, 6).toHex(), frame("\xa0", QByteArray(start, 6))));
+        frames.append(qMakePair(QString("header-" + QByteArray(start, 6).toHex()),
+                                frame("\xa0", QByteArray(start, 6))));
     QByteArray longer = frame("\xa0");
     longer[6] = longer[7] = '\xff';
     frames.append(qMakePair(QString("header-length-ffff"), longer));

@@ -4,7 +4,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
 #include <QtCore/QPair>
-#include <QtCore/QString>
+#include <QtCore/QStringList>
 
 // Frames with a right CRC whose payload or header a reader must reject, as a damaged or forged memory could
 // hold them, from a few rules over the CBOR profile of docs/record-format.md; named seeds and test rows.

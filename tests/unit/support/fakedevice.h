@@ -3,6 +3,7 @@
 
 #include <QtCore/QBuffer>
 #include <QtCore/QList>
+#include <QtCore/QPair>
 
 #include <stdexcept>
 #include <sys/stat.h>
