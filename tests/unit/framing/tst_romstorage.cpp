@@ -87,12 +87,12 @@ void TestROMStorage::codec_data()
         "qlonglong qlonglong int");
     dataRow("floats",
             QVariant(QVariantList() << 1.5 << -0.0 << 65504.0 << halfUnit << -3 * halfUnit
-                                    << std::numeric_limits<double>::infinity() << nan << 65520.0
+                                    << std::numeric_limits<double>::infinity() << nan << 65520.0 << 100000.0
                                     << std::ldexp(1.0, -15) + std::ldexp(1.0, -25) << 0.1
                                     << std::numeric_limits<double>::denorm_min()),
-            QByteArray("8b f93e00 f98000 f97bff f90001 f98003 f97c00 f97e00 fa477ff000 fa38002000 "
+            QByteArray("8c f93e00 f98000 f97bff f90001 f98003 f97c00 f97e00 fa477ff000 fa47c35000 fa38002000 "
                        "fb3fb999999999999a fb0000000000000001"),
-            QString("double ").repeated(11).trimmed());
+            QString("double ").repeated(12).trimmed());
     dataRow("bytes, string list, maps",
             QVariant(QVariantList { QByteArray("\x00\xff", 2), QStringList { "a", QString() }, QVariantMap(),
                                     keys }),
