@@ -14,7 +14,7 @@
 int main(int argc, char *argv[])
 {
     const QVariantList values = QVariantList()
-        << 1.5 << 0.1 << 65520.0 << std::numeric_limits<double>::quiet_NaN() << -2 << (Q_INT64_C(-1) << 40)
+        << 1.5 << 0.1 << 65520.0 << std::numeric_limits<double>::quiet_NaN() << -2 << -(Q_INT64_C(1) << 40)
         << true << QVariant() << QString() << QByteArray(2, '\xff')
         << QString::fromUtf8("\xc3\xa4\xf0\x9f\x98\x80");
     QMap<QString, QByteArray> frames;
@@ -32,7 +32,7 @@ int main(int argc, char *argv[])
         seeds["store/" + it.key()] = '\0' + it.value();
         seeds["store/at-16-" + it.key()] = QByteArray(17, '\x10') + it.value();
     }
-    for (const QByteArray text :
+    for (const QByteArray &text :
          QByteArray("_I_I000012_I0000123_123456_000000000123_I1234567_0I1_I12 ").split('_')) {
         seeds["unitserial/end-" + text] = QByteArray(1, '\0') + char(text.size() + 8) + '\0' + text;
         seeds["unitserial/start-" + text] = QByteArray("\0\x08\0", 3) + text;
