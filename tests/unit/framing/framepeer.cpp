@@ -1,6 +1,6 @@
 // framepeer FRAMEHEX...: reads each frame with ROMStorage and prints, one line each, the frame that
-// ROMStorage writes for the payload it read, or "corrupted". cborcrosscheck.py hands it frames built with
-// another CBOR implementation.
+// ROMStorage writes for the payload it read, or "corrupted". cborcrosscheck.py hands it frames of another
+// CBOR encoder.
 #include <qorutils/romstorage.h>
 
 #include <QBuffer>

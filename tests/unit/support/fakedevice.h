@@ -1,66 +1,100 @@
 #ifndef QORHWINFO_TESTS_FAKEDEVICE_H
 #define QORHWINFO_TESTS_FAKEDEVICE_H
 
-#include <QtCore/QIODevice>
+#include <QtCore/QBuffer>
 #include <QtCore/QList>
+#include <QtCore/QPair>
 
-#include <sys/types.h>
+#include <stdexcept>
+#include <sys/stat.h>
 
-/**
- * An in-memory random-access device that stands in for a board memory or the cache file. It can be told
- * to refuse an open, a seek, a read or a write, or to deliver short reads, and it notes how it was opened
- * (with the process's file-creation mask at that moment) and read.
- *
- * close() replaces the error string with "device closed", so a test can tell whether a message took the
- * error string before or after the close. Opening for writing does not truncate, as with a memory chip.
- */
-class FakeDevice : public QIODevice
+// A memory chip or cache file in memory that can refuse an open, a seek or a write, stop answering, deliver
+// short reads, or throw a std::runtime_error while reading or writing, as a driver binding might. It notes
+// each open with the file-creation mask of the moment. close() sets the error string to "device closed", to
+// tell whether a message took it before a close. Writing does not truncate, as on a chip.
+class FakeDevice : public QBuffer
 {
 public:
     enum Fault {
-        NoFault = 0,
-        ReadOpenFails = 1, ///< like a file that does not exist yet but can be created
+        ReadOpenFails = 1,
         WriteOpenFails = 2,
-        SeekFails = 4
+        SeekFails = 4,
+        WriteFails = 8,
+        ReadThrows = 16,
+        WriteThrows = 32
     };
     Q_DECLARE_FLAGS(Faults, Fault)
 
-    struct Open
+    explicit FakeDevice(const QByteArray &content = QByteArray(), Faults initialFaults = Faults())
+        : faults(initialFaults)
     {
-        OpenMode mode;
-        mode_t mask;
-    };
+        setData(content);
+    }
 
-    explicit FakeDevice(const QByteArray &content = QByteArray(), Faults initialFaults = NoFault);
+    /** How many opens asked for @p flag (QIODevice::ReadOnly or QIODevice::WriteOnly). */
+    int opensWith(OpenModeFlag flag) const
+    {
+        int count = 0;
+        for (const auto &open : opens)
+            count += (open.first & flag) ? 1 : 0;
+        return count;
+    }
+
+    static mode_t creationMask()
+    {
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        return mask;
+    }
+
+    bool open(OpenMode mode) override
+    {
+        opens.append(qMakePair(mode, creationMask()));
+        if (faults & ((mode & WriteOnly) ? WriteOpenFails : ReadOpenFails))
+            setErrorString("no such file");
+        return !(faults & ((mode & WriteOnly) ? WriteOpenFails : ReadOpenFails)) && QBuffer::open(mode);
+    }
+
+    void close() override
+    {
+        QBuffer::close();
+        setErrorString("device closed");
+    }
+
+    bool seek(qint64 pos) override
+    {
+        if (faults & SeekFails)
+            setErrorString("seek refused");
+        return !(faults & SeekFails) && QBuffer::seek(pos);
+    }
 
     Faults faults;
-    qint64 readChunk = 0; ///< each read delivers at most this many bytes; 0 means no limit
-    qint64 writeRoom = -1; ///< writes take at most this many bytes in all, then fail; -1 means no limit
-    qint64 readRoom = -1; ///< reads deliver at most this many bytes in all, then fail; -1 means no limit
-
-    QByteArray content() const { return m_content; }
-    QList<Open> opens() const { return m_opens; }
-    int writeOpens() const;
-    int readCalls() const { return m_readCalls; }
-    qint64 bytesDelivered() const { return m_bytesDelivered; }
-
-    bool open(OpenMode mode) override;
-    void close() override;
-    bool seek(qint64 pos) override;
-    bool isSequential() const override { return false; }
-    qint64 size() const override { return m_content.size(); }
-
-    static mode_t creationMask();
+    qint64 readChunk = 0; ///< each read delivers at most this many bytes; 0: no limit
+    qint64 readRoom = -1; ///< reads deliver this many bytes in all, then fail; -1: no limit
+    QList<QPair<OpenMode, mode_t> > opens; ///< each open's mode and file-creation mask
 
 protected:
-    qint64 readData(char *data, qint64 maxSize) override;
-    qint64 writeData(const char *data, qint64 maxSize) override;
+    qint64 readData(char *data, qint64 maxSize) override
+    {
+        if (faults & ReadThrows)
+            throw std::runtime_error("memory read failed");
+        if (readRoom == 0)
+            setErrorString("Connection timed out");
+        const qint64 size
+            = qMin(readChunk > 0 ? readChunk : maxSize, readRoom >= 0 ? qMin(maxSize, readRoom) : maxSize);
+        const qint64 got = readRoom == 0 ? -1 : QBuffer::readData(data, size);
+        readRoom -= readRoom > 0 ? got : 0;
+        return got;
+    }
 
-private:
-    QByteArray m_content;
-    QList<Open> m_opens;
-    int m_readCalls = 0;
-    qint64 m_bytesDelivered = 0;
+    qint64 writeData(const char *data, qint64 size) override
+    {
+        if (faults & WriteThrows)
+            throw std::runtime_error("memory write failed");
+        if (faults & WriteFails)
+            setErrorString("no room left on the test device");
+        return faults & WriteFails ? -1 : QBuffer::writeData(data, size);
+    }
 };
 
 Q_DECLARE_OPERATORS_FOR_FLAGS(FakeDevice::Faults)

@@ -4,39 +4,53 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
 #include <QtCore/QPair>
-#include <QtCore/QtGlobal>
+#include <QtCore/QString>
 
-/**
- * Catches every message that goes through Qt's message handler while it lives, so that tests can compare
- * log texts byte for byte and make sure nothing else was logged.
- */
+// Catches what goes through Qt's message handler while it lives, one at a time, to compare log texts byte for
+// byte: the bytes that Qt 4 hands a handler, the UTF-8 of the text that Qt 5 and 6 hand it.
 class MessageLog
 {
 public:
-    MessageLog();
-    ~MessageLog();
+    MessageLog() { install(this); }
+    ~MessageLog() { install(nullptr); }
 
-    /**
-     * The texts of the messages of @p type, in the order they came: the bytes that Qt 4 hands a message
-     * handler, and the UTF-8 of the text that Qt 5 and 6 hand it.
-     */
-    QList<QByteArray> texts(QtMsgType type) const;
-    int count() const { return m_entries.size(); }
+    QList<QByteArray> texts(QtMsgType type) const
+    {
+        QList<QByteArray> result;
+        for (const auto &entry : entries) {
+            if (entry.first == type)
+                result.append(entry.second);
+        }
+        return result;
+    }
 
-    /** What the installed message handler calls. */
-    static void record(QtMsgType type, const QByteArray &text);
+    QList<QPair<QtMsgType, QByteArray> > entries;
 
 private:
-    Q_DISABLE_COPY(MessageLog)
-
-    static MessageLog *s_active;
-    MessageLog *m_outer;
+    static MessageLog *&log()
+    {
+        static MessageLog *active = nullptr;
+        return active;
+    }
 #if QT_VERSION < 0x050000
-    QtMsgHandler m_previous;
+    static void handle(QtMsgType type, const char *text)
+    {
+        log()->entries << qMakePair(type, QByteArray(text));
+    }
+    static void install(MessageLog *active)
+    {
+        qInstallMsgHandler((log() = active) ? &handle : 0);
+    }
 #else
-    QtMessageHandler m_previous;
+    static void handle(QtMsgType type, const QMessageLogContext &, const QString &text)
+    {
+        log()->entries << qMakePair(type, text.toUtf8());
+    }
+    static void install(MessageLog *active)
+    {
+        qInstallMessageHandler((log() = active) ? &handle : nullptr);
+    }
 #endif
-    QList<QPair<QtMsgType, QByteArray> > m_entries;
 };
 
 #endif

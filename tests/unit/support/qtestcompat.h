@@ -8,6 +8,8 @@
 #include <QtCore/QVariantMap>
 #include <QtTest/QtTest>
 
+#include <exception>
+#include <functional>
 #include <initializer_list>
 #include <utility>
 
@@ -47,6 +49,28 @@ Map mapOf(std::initializer_list<std::pair<typename Map::key_type, typename Map::
 inline QVariantMap variantMap(std::initializer_list<std::pair<QString, QVariant> > entries)
 {
     return mapOf<QVariantMap>(entries);
+}
+
+/** What @p call throws: a QString, what() of a std::exception, or "something else"; empty if nothing. */
+inline QString thrownBy(const std::function<void()> &call)
+{
+    try {
+        call();
+    } catch (const QString &message) {
+        return message;
+    } catch (const std::exception &exception) {
+        return QString("std::exception: ") + exception.what();
+    } catch (...) {
+        return "something else";
+    }
+    return QString();
+}
+
+/** A data row from its values in column order, in one call that reads as a table line. */
+template<typename... Values> void dataRow(const QString &name, const Values &...values)
+{
+    QTestData &row = QTest::newRow(qPrintable(name));
+    (void)std::initializer_list<int> { ((void)(row << values), 0)... };
 }
 
 #endif
