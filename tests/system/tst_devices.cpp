@@ -13,58 +13,77 @@
 #include <QTemporaryFile>
 #include <QTextStream>
 
+#include <cerrno>
+#include <unistd.h>
+
 namespace {
 
-// What discovery leaves out of the carrier board's memory: writing it, seeking in it, and its end.
-QString probePic()
-{
-    PicIODevice device;
-    QStringList report;
-    if (device.open(QIODevice::WriteOnly)) {
-        report << QStringLiteral("size %1, seek 4 %2").arg(device.size()).arg(device.seek(4));
-        report << QStringLiteral("wrote %1").arg(device.write("record"));
-        device.seek(device.size() > 0 ? device.size() - 2 : 1 << 20);
-        report << QStringLiteral("wrote %1 near the end: %2")
-                      .arg(device.write("abcd", 4))
-                      .arg(device.errorString());
-        device.close();
-    }
-    if (device.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-        device.seek(4);
-        report << QStringLiteral("read \"%1\"").arg(QString::fromLatin1(device.read(6).toHex()));
-        report
-            << QStringLiteral("beyond %1: %2").arg(device.seek(device.size() + 1)).arg(device.errorString());
-    }
-    return report.join(QStringLiteral("; "));
-}
-
-/** How many of this process's mappings and open descriptors refer to /dev/uio0. */
-QString uioReferences()
+/** How many of this process's mappings and open descriptors refer to @p path. */
+QString references(const QString &path)
 {
     QFile maps(QStringLiteral("/proc/self/maps"));
     maps.open(QIODevice::ReadOnly);
     int open = 0;
     for (const QFileInfo &fd : QDir(QStringLiteral("/proc/self/fd"))
                                    .entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot))
-        open += fd.symLinkTarget() == QLatin1String("/dev/uio0") ? 1 : 0;
-    return QStringLiteral("mapped %1 open %2").arg(maps.readAll().count("/dev/uio0")).arg(open);
+        open += fd.symLinkTarget() == path ? 1 : 0;
+    return QStringLiteral("mapped %1 open %2").arg(maps.readAll().count(path.toUtf8())).arg(open);
+}
+
+// A service may run with its standard input closed, so that a device gets descriptor 0, and errno may
+// hold a value that an earlier call left there: neither may change what a device does.
+void likeAService(int staleErrno)
+{
+    ::close(0);
+    errno = staleErrno;
+}
+
+// What discovery leaves out of the carrier board's memory: writing it, seeking in it, and its end.
+QString probePic()
+{
+    likeAService(EINTR);
+    PicIODevice device;
+    QStringList report;
+    if (device.open(QIODevice::WriteOnly)) {
+        report << QStringLiteral("size %1, seek 4 %2").arg(device.size()).arg(device.seek(4));
+        report << QStringLiteral("wrote %1").arg(device.write("record"));
+        device.seek(device.size() > 0 ? device.size() - 2 : 1 << 20);
+        report << QStringLiteral("wrote %1 near the end").arg(device.write("abcd", 4));
+        report << QStringLiteral("%1 at the end: %2").arg(device.write("x", 1)).arg(device.errorString());
+        device.close();
+    }
+    if (device.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        char data[6];
+        device.seek(4);
+        errno = EINTR;
+        const qint64 got = device.read(data, sizeof(data));
+        report << QStringLiteral("read %1 \"%2\"")
+                      .arg(got)
+                      .arg(QString::fromLatin1(QByteArray(data, qMax(0, int(got))).toHex()));
+        report
+            << QStringLiteral("beyond %1: %2").arg(device.seek(device.size() + 1)).arg(device.errorString());
+        device.close();
+    }
+    return report.join(QStringLiteral("; ")) + QStringLiteral("; ") + references(PicIODevice::devicePath());
 }
 
 // What discovery's one read leaves out: writing through a mapping, and the lifetime of mappings.
 QString probeUio()
 {
+    likeAService(EACCES);
+    const QString path = QStringLiteral("/dev/uio0");
     QString report;
     QList<hmi::UioDevice::Map> maps;
-    {
-        hmi::UioDevice device(0);
-        maps = device.maps();
-        maps.value(0).mmap(hmi::UioDevice::ReadOnly);
-        char *base = static_cast<char *>(maps.value(0).mmap(hmi::UioDevice::ReadWrite));
-        *reinterpret_cast<volatile quint32 *>(base + 0x1d8) = 0xdeadbeef;
-        report = uioReferences();
-    }
-    report += QStringLiteral(", then ") + uioReferences();
     try {
+        {
+            hmi::UioDevice device(0);
+            maps = device.maps();
+            maps.value(0).mmap(hmi::UioDevice::ReadOnly);
+            char *base = static_cast<char *>(maps.value(0).mmap(hmi::UioDevice::ReadWrite));
+            *reinterpret_cast<volatile quint32 *>(base + 0x1d8) = 0xdeadbeef;
+            report = references(path);
+        }
+        report += QStringLiteral(", then ") + references(path);
         maps.value(0).mmap(hmi::UioDevice::ReadOnly);
     } catch (const hmi::Exception &e) {
         report += QStringLiteral(", then ") + e.message();
@@ -89,35 +108,54 @@ private Q_SLOTS:
 void TestDevices::probes_data()
 {
     QTest::addColumn<QString>("unit");
-    QTest::addColumn<QString>("device"); // put at the probed path in place of the unit's file
+    // For the carrier board: a device node put at its path in place of the unit's file. For UIO: the text
+    // of its map's "size" attribute.
+    QTest::addColumn<QString>("device");
     QTest::addColumn<QString>("report");
     QTest::addColumn<QByteArray>("content"); // of the unit's file afterwards; null: not checked
 
     QTest::newRow("pic")
         << "store cb blank-ff size=16" << QString()
-        << "size 16, seek 4 1; wrote 6; wrote 2 near the end: No space left on device; read "
-           "\"7265636f7264\"; beyond 0: Position 17 lies outside the carrier board memory (16 bytes)"
+        << "size 16, seek 4 1; wrote 6; wrote 2 near the end; -1 at the end: No space left on "
+           "device; read 6 \"7265636f7264\"; beyond 0: Position 17 lies outside the carrier "
+           "board memory (16 bytes); mapped 0 open 0"
         << QByteArray("\xff\xff\xff\xffrecord\xff\xff\xff\xff"
                       "ab");
+    QTest::newRow("pic, an empty file")
+        << "store cb empty" << QString()
+        << "size 0, seek 4 0; wrote -1; wrote -1 near the end; -1 at the end: No "
+           "space left on device; read 0 \"\"; beyond 0: Position 1 lies "
+           "outside the carrier board memory (0 bytes); mapped 0 open 0"
+        << QByteArray("");
     // Character devices whose lseek(SEEK_END) answers 0 and whose fstat size is 0, like many drivers: the
     // driver shows where the memory ends.
     QTest::newRow("pic without a size, endless")
         << "store cb blank-ff"
         << "/dev/zero"
-        << "size 0, seek 4 1; wrote 6; wrote 4 near the end: Unknown error; "
-           "read \"000000000000\"; beyond 1: Unknown error"
+        << "size 0, seek 4 1; wrote 6; wrote 4 near the end; 1 at the end: Unknown error; read 6 "
+           "\"000000000000\"; beyond 1: Unknown error; mapped 0 open 0"
         << QByteArray();
-    QTest::newRow("pic without a size, full")
+    QTest::newRow("pic without a size, at its end")
         << "store cb blank-ff"
-        << "/dev/full"
-        << "size 0, seek 4 1; wrote -1; wrote -1 near the end: No space left on "
-           "device; read \"000000000000\"; beyond 1: Unknown error"
+        << "/dev/null"
+        << "size 0, seek 4 1; wrote 6; wrote 4 near the end; 1 at the end: Unknown error; read 0 \"\"; "
+           "beyond 1: Unknown error; mapped 0 open 0"
         << QByteArray();
+    QTest::newRow("pic without a size, full") << "store cb blank-ff"
+                                              << "/dev/full"
+                                              << "size 0, seek 4 1; wrote -1; wrote -1 near the end; -1 at "
+                                                 "the end: No space left on device; read 6 "
+                                                 "\"000000000000\"; beyond 1: Unknown error; mapped 0 open 0"
+                                              << QByteArray();
     QByteArray uio(4096, 0);
     uio.replace(0x1d8, 4, "\xef\xbe\xad\xde");
     QTest::newRow("uio")
         << "fpga 0x12340a5f" << QString()
         << "mapped 2 open 1, then mapped 0 open 0, then Cannot map UIO map 0: its device is closed" << uio;
+    QTest::newRow("uio, a map of no size")
+        << "fpga 0x12340a5f"
+        << "0x00000000\n"
+        << ", then Cannot map map 0 of /dev/uio0: it has no usable size" << QByteArray();
 }
 
 void TestDevices::probes()
@@ -125,14 +163,19 @@ void TestDevices::probes()
     QFETCH(QString, unit);
     QFETCH(QString, device);
     QFETCH(QByteArray, content);
-    const QString probe = QString::fromLatin1(QTest::currentDataTag()).section(QLatin1Char(' '), 0, 0);
-    const QString path
-        = probe == QLatin1String("pic") ? PicIODevice::devicePath() : QStringLiteral("/dev/uio0");
+    const QString probe = QString::fromLatin1(QTest::currentDataTag()).left(3);
+    const bool pic = probe == QLatin1String("pic");
+    const QString path = pic ? PicIODevice::devicePath() : QStringLiteral("/dev/uio0");
 
     Sandbox sandbox;
     const SandboxResult built = sandbox.build(unit);
     QVERIFY2(built.exitCode == 0, qPrintable(built.describe()));
-    QVERIFY(device.isEmpty() || sandbox.putDevice(path, device));
+    QFile size(sandbox.hostPath(QStringLiteral("/sys/class/uio/uio0/maps/map0/size")));
+    QVERIFY(device.isEmpty()
+            || (pic ? sandbox.putDevice(path, device)
+                    : size.open(QIODevice::WriteOnly | QIODevice::Truncate)
+                        && size.write(device.toLatin1()) > 0));
+    size.close();
     const SandboxResult run = sandbox.run(QCoreApplication::applicationFilePath(),
                                           QStringList() << QStringLiteral("--probe") << probe);
 
