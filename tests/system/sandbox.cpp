@@ -12,11 +12,6 @@
 #include <cstdlib>
 #include <sys/stat.h>
 
-namespace {
-// Generous: a run reads a few small files, but the machine may be busy building.
-const int runTimeoutMs = 300 * 1000;
-} // namespace
-
 QString SandboxResult::describe() const
 {
     return QStringLiteral("exit status %1\nstdout:\n%2\nstderr:\n%3")
@@ -45,13 +40,15 @@ SandboxResult Sandbox::build(const QString &unitText)
     // qorsimunit fills an empty directory only.
     QDir(m_root).rmdir(m_root);
     return execute(QStringList() << QStringLiteral("--root") << m_root << unitFile.fileName()
-                                 << QStringLiteral("--") << QStringLiteral("true"));
+                                 << QStringLiteral("--") << QStringLiteral("true"),
+                   300);
 }
 
-SandboxResult Sandbox::run(const QString &program, const QStringList &arguments) const
+SandboxResult Sandbox::run(const QString &program, const QStringList &arguments, int seconds) const
 {
     return execute(QStringList() << QStringLiteral("--root") << m_root << QStringLiteral("--") << program
-                                 << arguments);
+                                 << arguments,
+                   seconds);
 }
 
 bool Sandbox::putDevice(const QString &unitPath, const QString &hostDevice) const
@@ -83,7 +80,7 @@ QMap<QString, QByteArray> Sandbox::files() const
     return files;
 }
 
-SandboxResult Sandbox::execute(const QStringList &arguments)
+SandboxResult Sandbox::execute(const QStringList &arguments, int seconds)
 {
     QProcess process;
     QStringList environment = QProcess::systemEnvironment();
@@ -94,7 +91,7 @@ SandboxResult Sandbox::execute(const QStringList &arguments)
     process.setEnvironment(environment);
     process.start(QStringLiteral(QOR_SYSTEMTEST_BIN "/qorsandbox"), arguments);
     SandboxResult result;
-    if (process.waitForFinished(runTimeoutMs) && process.exitStatus() == QProcess::NormalExit)
+    if (process.waitForFinished(seconds * 1000) && process.exitStatus() == QProcess::NormalExit)
         result.exitCode = process.exitCode();
     else
         process.kill();

@@ -35,9 +35,10 @@ public:
     SandboxResult build(const QString &unitText);
     /**
      * Runs @p program with @p arguments on the built unit, with the build's programs (qorhwinfo,
-     * qorsimunit) on the PATH.
+     * qorsimunit) on the PATH, and kills it after @p seconds.
      */
-    SandboxResult run(const QString &program, const QStringList &arguments = QStringList()) const;
+    SandboxResult run(const QString &program, const QStringList &arguments = QStringList(),
+                      int seconds = 300) const;
     /** Replaces the file at @p unitPath by the host's device node @p hostDevice (e.g. /dev/zero). */
     bool putDevice(const QString &unitPath, const QString &hostDevice) const;
 
@@ -49,7 +50,7 @@ public:
 
 private:
     Q_DISABLE_COPY(Sandbox)
-    static SandboxResult execute(const QStringList &arguments);
+    static SandboxResult execute(const QStringList &arguments, int seconds);
 
     QString m_root;
 };

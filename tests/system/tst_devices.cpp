@@ -177,7 +177,7 @@ void TestDevices::probes()
                         && size.write(device.toLatin1()) > 0));
     size.close();
     const SandboxResult run = sandbox.run(QCoreApplication::applicationFilePath(),
-                                          QStringList() << QStringLiteral("--probe") << probe);
+                                          QStringList() << QStringLiteral("--probe") << probe, 30);
 
     QVERIFY2(run.exitCode == 0, qPrintable(run.describe()));
     QTEST(QString::fromUtf8(run.out).trimmed(), "report");
