@@ -32,11 +32,6 @@ int main(int argc, char *argv[])
         seeds["store/" + it.key()] = '\0' + it.value();
         seeds["store/at-16-" + it.key()] = QByteArray(17, '\x10') + it.value();
     }
-    for (const QByteArray &text :
-         QByteArray("_I_I000012_I0000123_123456_000000000123_I1234567_0I1_I12 ").split('_')) {
-        seeds["unitserial/end-" + text] = QByteArray(1, '\0') + char(text.size() + 8) + '\0' + text;
-        seeds["unitserial/start-" + text] = QByteArray("\0\x08\0", 3) + text;
-    }
     for (auto it = seeds.constBegin(); it != seeds.constEnd(); ++it) {
         QFile file(QDir(argc == 2 ? argv[1] : "").filePath(it.key()));
         if (argc != 2 || !QDir(argv[1]).mkpath(it.key().section('/', 0, 0))

@@ -44,7 +44,6 @@ struct sim_chip {
 	unsigned int addr_bytes;
 	unsigned int pointer;
 	unsigned long read_count;
-	unsigned long write_count;
 	u8 *mem;
 };
 
@@ -57,7 +56,7 @@ static struct sim_chip chips[] = {
 
 static struct platform_device *sim_pdev;
 static u8 *pic_mem;
-static unsigned long pic_read_count, pic_write_count;
+static unsigned long pic_read_count;
 static DEFINE_MUTEX(pic_lock);
 static void *uio_page;
 static struct uio_info uio_info = { .name = "qorsimfpga", .version = "1" };
@@ -91,10 +90,8 @@ static void chip_transfer(struct sim_chip *chip, struct i2c_msg *msg)
 			word = (word << 8) | msg->buf[i];
 		chip->pointer = word % chip->size;
 	}
-	for (; i < msg->len; i++, chip->pointer = (chip->pointer + 1) % chip->size) {
+	for (; i < msg->len; i++, chip->pointer = (chip->pointer + 1) % chip->size)
 		chip->mem[chip->pointer] = msg->buf[i];
-		chip->write_count++;
-	}
 }
 
 static int sim_xfer(struct i2c_adapter *adap, struct i2c_msg *msgs, int num)
@@ -146,8 +143,6 @@ static ssize_t pic_write(struct file *file, const char __user *buf, size_t count
 
 	mutex_lock(&pic_lock);
 	done = simple_write_to_buffer(pic_mem, pic_size, ppos, buf, count);
-	if (done > 0)
-		pic_write_count += done;
 	mutex_unlock(&pic_lock);
 	return done;
 }
@@ -176,15 +171,15 @@ static struct miscdevice pic_device = {
 	.mode = 0600,
 };
 
-/* "0x50 READ WRITTEN" per chip and "pic READ WRITTEN"; writing anything sets them back to 0. */
+/* The bytes read from each chip ("0x50 READ") and from the carrier board's memory ("pic READ"); writing
+ * anything sets them back to 0. */
 static ssize_t transferred_show(struct device *dev, struct device_attribute *attr, char *buf)
 {
 	int i, len = 0;
 
 	for (i = 0; i < ARRAY_SIZE(chips); i++)
-		len += sysfs_emit_at(buf, len, "0x%02x %lu %lu\n", chips[i].addr, chips[i].read_count,
-				     chips[i].write_count);
-	return len + sysfs_emit_at(buf, len, "pic %lu %lu\n", pic_read_count, pic_write_count);
+		len += sysfs_emit_at(buf, len, "0x%02x %lu\n", chips[i].addr, chips[i].read_count);
+	return len + sysfs_emit_at(buf, len, "pic %lu\n", pic_read_count);
 }
 
 static ssize_t transferred_store(struct device *dev, struct device_attribute *attr, const char *buf,
@@ -194,10 +189,10 @@ static ssize_t transferred_store(struct device *dev, struct device_attribute *at
 
 	i2c_lock_bus(&sim_adapter, I2C_LOCK_ROOT_ADAPTER);
 	for (i = 0; i < ARRAY_SIZE(chips); i++)
-		chips[i].read_count = chips[i].write_count = 0;
+		chips[i].read_count = 0;
 	i2c_unlock_bus(&sim_adapter, I2C_LOCK_ROOT_ADAPTER);
 	mutex_lock(&pic_lock);
-	pic_read_count = pic_write_count = 0;
+	pic_read_count = 0;
 	mutex_unlock(&pic_lock);
 	return count;
 }

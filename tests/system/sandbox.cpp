@@ -51,19 +51,6 @@ SandboxResult Sandbox::run(const QString &program, const QStringList &arguments,
                    seconds);
 }
 
-bool Sandbox::putDevice(const QString &unitPath, const QString &hostDevice) const
-{
-    QFile conf(hostPath(QStringLiteral("/sandbox.conf")));
-    if (!QFile::remove(hostPath(unitPath)) || !QFile::link(hostDevice, hostPath(unitPath))
-        || !conf.open(QIODevice::ReadOnly))
-        return false;
-    // A plain bind keeps device nodes from being opened.
-    const QByteArray bind = "bind " + unitPath.mid(1).toUtf8() + ' ' + unitPath.toUtf8() + '\n';
-    const QByteArray text = conf.readAll().replace('\n' + bind, "\ndev-" + bind);
-    conf.close();
-    return conf.open(QIODevice::WriteOnly | QIODevice::Truncate) && conf.write(text) == text.size();
-}
-
 QMap<QString, QByteArray> Sandbox::files() const
 {
     QMap<QString, QByteArray> files;

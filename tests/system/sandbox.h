@@ -8,11 +8,7 @@
 /** What a program run in the sandbox left: its exit status and both output streams. */
 struct SandboxResult
 {
-    SandboxResult()
-        : exitCode(-1)
-    { }
-
-    int exitCode; ///< -1 when it did not finish
+    int exitCode = -1; ///< -1 when it did not finish
     QByteArray out;
     QByteArray err;
 
@@ -39,8 +35,6 @@ public:
      */
     SandboxResult run(const QString &program, const QStringList &arguments = QStringList(),
                       int seconds = 300) const;
-    /** Replaces the file at @p unitPath by the host's device node @p hostDevice (e.g. /dev/zero). */
-    bool putDevice(const QString &unitPath, const QString &hostDevice) const;
 
     /** Where a path of the unit, e.g. "/var/local/qorhwinfo/serial.cache", lies on the host. */
     QString hostPath(const QString &unitPath) const { return m_root + unitPath; }

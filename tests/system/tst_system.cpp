@@ -138,12 +138,6 @@ void SystemTest::run_data()
             + failed("Beamformer Board: corrupted")
             + failed("Mono-Element Board: could not open io device for reading: file to open is a directory")
             + failed("Serials File: empty file"));
-    row("two votes against one", disagree, "discover", "1",
-        "Unit serial      none: the stores name 2 different serials\n"
-        "    I111111     2 votes: COM Module, Serials File\n"
-        "    I222222     1 vote: Carrier Board\n"
-        "Serials cache    not written: no unit serial was adopted\n"
-        "  FPGA UID                  00ab");
     row("a tie, sorted and marked", unitFile("tie.unit"), "discover\ndiscover --json", "1 1",
         "none: the stores name 2 different serials, tied\n"
         "    I111111     2 votes: Carrier Board, Serials File  (tied)\n"

@@ -55,6 +55,7 @@ QByteArray StoreImageComposer::content(const StoreLayout &layout, const StoreIma
     case StoreImage::Empty:
     case StoreImage::Missing:
     case StoreImage::Unreadable:
+    case StoreImage::Device:
         break;
     }
     return QByteArray();

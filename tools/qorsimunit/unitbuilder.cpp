@@ -94,6 +94,13 @@ void UnitBuilder::writeStore(const StoreLayout &layout, const StoreImage &image)
         // A directory cannot be opened as a file, not even by root, which a permission bit could not ensure.
         makeDir(layout.path());
         break;
+    case StoreImage::Device:
+        // Like a driver that cannot tell the memory's size: the sandbox binds the host's node as a device.
+        makeDir(QFileInfo(layout.path()).path());
+        if (!QFile::link(image.device, hostPath(layout.path())))
+            throw QStringLiteral("cannot link %1 to %2").arg(hostPath(layout.path()), image.device);
+        m_binds.append(QStringLiteral("dev-bind %1 %2").arg(layout.path().mid(1), layout.path()));
+        return;
     default:
         try {
             writeFile(layout.path(), StoreImageComposer::compose(layout, image));

@@ -9,11 +9,12 @@
 /** The content of one identity store's device or file, as a unit file describes it. */
 struct StoreImage
 {
-    enum Kind { Record, BlankFF, Blank00, Empty, Missing, Corrupt, Raw, Unreadable };
+    enum Kind { Record, BlankFF, Blank00, Empty, Missing, Corrupt, Raw, Unreadable, Device };
 
     Kind kind = BlankFF;
     QVariantMap record; ///< Record and Corrupt
     QByteArray raw; ///< Raw
+    QString device; ///< Device: a device node of the host, e.g. /dev/zero
     qint64 size = -1; ///< the image size; -1 for the store's default
     int line = 0; ///< where the unit file said so, for later complaints
 };

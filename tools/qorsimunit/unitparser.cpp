@@ -143,7 +143,7 @@ void UnitParser::parseStore(QList<Token> tokens, int line)
     StoreImage image = parseStoreContent(tokens.mid(2), line);
     if (size >= 0) {
         if (image.kind == StoreImage::Empty || image.kind == StoreImage::Missing
-            || image.kind == StoreImage::Unreadable) {
+            || image.kind == StoreImage::Unreadable || image.kind == StoreImage::Device) {
             throw ParseError(line, QStringLiteral("size= does not apply to \"%1\"").arg(tokens.at(2).text));
         }
         image.size = size;
@@ -185,10 +185,14 @@ StoreImage UnitParser::parseStoreContent(const QList<Token> &tokens, int line) c
             words.append(token.text);
         if (!NumberText::toBytes(words.join(QString()), &image.raw))
             throw ParseError(line, QStringLiteral("raw takes hexadecimal bytes"));
+    } else if (content == QLatin1String("device") && arguments.size() == 1
+               && arguments.first().text.startsWith(QLatin1String("/dev/"))) {
+        image.kind = StoreImage::Device;
+        image.device = arguments.first().text;
     } else {
         throw ParseError(line,
                          QStringLiteral("unknown store content \"%1\" (known: record, corrupt, raw, "
-                                        "blank-ff, blank-00, empty, missing, unreadable)")
+                                        "blank-ff, blank-00, empty, missing, unreadable, device /dev/...)")
                              .arg(content));
     }
     return image;
