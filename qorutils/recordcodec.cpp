@@ -477,21 +477,9 @@ bool PayloadReader::read(QVariant *value)
 
 } // namespace
 
-QByteArray RecordCodec::encode(const QVariant &value)
-{
-    QByteArray out;
-    appendTo(&out, value);
-    return out;
-}
-
 void RecordCodec::appendTo(QByteArray *out, const QVariant &value)
 {
     PayloadWriter(out).appendValue(value, 0);
-}
-
-bool RecordCodec::decode(const QByteArray &bytes, QVariant *value)
-{
-    return decode(bytes.constData(), bytes.size(), value);
 }
 
 bool RecordCodec::decode(const char *data, int size, QVariant *value)

@@ -9,7 +9,7 @@
  * libcbor. docs/record-format.md describes the profile, so that a factory tool in any language with a
  * CBOR library writes the same bytes.
  *
- * Decoding is strict: a payload is accepted only when it is exactly the encoding that encode() gives for
+ * Decoding is strict: a payload is accepted only when it is exactly the encoding that appendTo() gives for
  * the value read, so every accepted payload re-encodes to the same bytes.
  */
 class RecordCodec
@@ -20,16 +20,14 @@ public:
         MaxDepth = 8 ///< maps and lists nested in each other, the outermost one included
     };
 
-    /** @throws QString when @p value holds a type outside the profile, nests too deep or is too large. */
-    static QByteArray encode(const QVariant &value);
     /**
-     * Appends the encoding of @p value to @p out, so that a frame is built in one buffer.
-     * @throws QString as encode() does; @p out may then hold a partial encoding.
+     * Appends the encoding of @p value to @p out.
+     * @throws QString when @p value holds a type outside the profile, nests too deep or is too large;
+     *   @p out may then hold a partial encoding.
      */
     static void appendTo(QByteArray *out, const QVariant &value);
 
-    /** True when @p bytes hold exactly one value in the profile, which is stored in @p value. */
-    static bool decode(const QByteArray &bytes, QVariant *value);
+    /** True when the @p size bytes at @p data hold exactly one value in the profile, stored in @p value. */
     static bool decode(const char *data, int size, QVariant *value);
 };
 
