@@ -171,17 +171,7 @@ void CheckCommand::printJson() const
     json_t *root = Json::document();
     const VoteCount votes = m_survey.votes();
     Json::set(root, "unitSerial", Json::text(votes.agreedSerial()));
-    json_t *candidates = json_array();
-    for (const VoteCount::Candidate &candidate : votes.candidates()) {
-        json_t *entry = json_object();
-        Json::set(entry, "serial", Json::text(candidate.serial));
-        Json::set(entry, "votes", Json::number(candidate.voters.size()));
-        Json::set(entry, "stores", Json::texts(candidate.voters));
-        Json::set(entry, "tied", Json::boolean(candidate.tied));
-        Json::set(entry, "wellFormed", Json::boolean(candidate.wellFormed));
-        Json::append(candidates, entry);
-    }
-    Json::set(root, "candidates", candidates);
+    Json::set(root, "candidates", Json::candidates(votes.candidates()));
     json_t *stores = json_object();
     for (const UnitSurvey::Store &store : m_survey.stores()) {
         json_t *entry = json_object();

@@ -10,7 +10,7 @@ json_t *JsonReport::document() const
 {
     json_t *root = Json::document();
     Json::set(root, "unitSerial", m_report.hasUnitSerial() ? Json::text(m_report.unitSerial) : json_null());
-    Json::set(root, "candidates", candidates());
+    Json::set(root, "candidates", Json::candidates(m_report.candidates));
     Json::set(root, "stores", stores());
     Json::set(root, "serialsCache", Json::text(cacheOutcomeText(m_report.cache)));
     Json::set(root, "serialsCacheError",
@@ -34,21 +34,6 @@ QString JsonReport::cacheOutcomeText(DiscoveryReport::CacheOutcome outcome)
         break;
     }
     return QLatin1String("unchanged");
-}
-
-json_t *JsonReport::candidates() const
-{
-    json_t *candidates = json_array();
-    for (const DiscoveryReport::Candidate &candidate : m_report.candidates) {
-        json_t *entry = json_object();
-        Json::set(entry, "serial", Json::text(candidate.serial));
-        Json::set(entry, "votes", Json::number(candidate.voters.size()));
-        Json::set(entry, "stores", Json::texts(candidate.voters));
-        Json::set(entry, "tied", Json::boolean(candidate.tied));
-        Json::set(entry, "wellFormed", Json::boolean(candidate.wellFormed));
-        Json::append(candidates, entry);
-    }
-    return candidates;
 }
 
 json_t *JsonReport::stores() const

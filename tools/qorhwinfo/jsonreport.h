@@ -21,7 +21,6 @@ public:
     static QString cacheOutcomeText(DiscoveryReport::CacheOutcome outcome);
 
 private:
-    json_t *candidates() const;
     json_t *stores() const;
     json_t *hardware() const;
 

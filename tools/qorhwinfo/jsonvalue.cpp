@@ -70,6 +70,21 @@ json_t *value(const QVariant &variant)
     return variant.isValid() ? text(variant.toString()) : json_null();
 }
 
+json_t *candidates(const QList<VoteCount::Candidate> &candidates)
+{
+    json_t *list = json_array();
+    for (const VoteCount::Candidate &candidate : candidates) {
+        json_t *entry = json_object();
+        set(entry, "serial", text(candidate.serial));
+        set(entry, "votes", number(candidate.voters.size()));
+        set(entry, "stores", texts(candidate.voters));
+        set(entry, "tied", boolean(candidate.tied));
+        set(entry, "wellFormed", boolean(candidate.wellFormed));
+        append(list, entry);
+    }
+    return list;
+}
+
 json_t *record(const QVariantMap &map)
 {
     json_t *object = json_object();

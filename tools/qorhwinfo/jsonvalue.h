@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <QVariant>
 
+#include "votecount.h"
+
 #include <jansson.h>
 
 /**
@@ -24,6 +26,9 @@ json_t *texts(const QStringList &texts);
 /** A record value: strings, numbers and booleans as such, byte arrays as hex text, maps and lists nested. */
 json_t *value(const QVariant &value);
 json_t *record(const QVariantMap &record);
+/** The candidates of a vote, each with its serial, votes, voting stores and whether it is tied and
+ * well-formed. */
+json_t *candidates(const QList<VoteCount::Candidate> &candidates);
 
 void set(json_t *object, const char *key, json_t *value);
 void append(json_t *array, json_t *value);
