@@ -44,11 +44,14 @@ SandboxResult Sandbox::build(const QString &unitText)
                    300);
 }
 
+// The limit is kept inside the sandbox too: a program that hangs dies there even when the test that started
+// it is killed first.
 SandboxResult Sandbox::run(const QString &program, const QStringList &arguments, int seconds) const
 {
-    return execute(QStringList() << QStringLiteral("--root") << m_root << QStringLiteral("--") << program
-                                 << arguments,
-                   seconds);
+    return execute(QStringList() << QStringLiteral("--root") << m_root << QStringLiteral("--")
+                                 << QStringLiteral("timeout") << QStringLiteral("-k5")
+                                 << QString::number(seconds) << program << arguments,
+                   seconds + 10);
 }
 
 QMap<QString, QByteArray> Sandbox::files() const

@@ -33,8 +33,7 @@ public:
      * Runs @p program with @p arguments on the built unit, with the build's programs (qorhwinfo,
      * qorsimunit) on the PATH, and kills it after @p seconds.
      */
-    SandboxResult run(const QString &program, const QStringList &arguments = QStringList(),
-                      int seconds = 300) const;
+    SandboxResult run(const QString &program, const QStringList &arguments, int seconds) const;
 
     /** Where a path of the unit, e.g. "/var/local/qorhwinfo/serial.cache", lies on the host. */
     QString hostPath(const QString &unitPath) const { return m_root + unitPath; }

@@ -306,8 +306,10 @@ void SystemTest::run()
     for (int i = 0; i < commands.size(); ++i) {
         const QString step = commands.at(i);
         const SandboxResult result = step.startsWith(QLatin1String("sh "))
-            ? sandbox.run(QStringLiteral("/bin/sh"), QStringList() << QStringLiteral("-c") << step.mid(3))
-            : sandbox.run(QStringLiteral("qorhwinfo"), step.split(QLatin1Char(' '), QOR_SKIP_EMPTY_PARTS));
+            ? sandbox.run(QStringLiteral("/bin/sh"), QStringList() << QStringLiteral("-c") << step.mid(3),
+                          300)
+            : sandbox.run(QStringLiteral("qorhwinfo"), step.split(QLatin1Char(' '), QOR_SKIP_EMPTY_PARTS),
+                          30);
         QVERIFY2(QString::number(result.exitCode) == exits.section(QLatin1Char(' '), i, i),
                  qPrintable(step + QLatin1String(": ") + result.describe()));
         printed += QString::fromUtf8(result.out);
