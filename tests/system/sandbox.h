@@ -35,8 +35,7 @@ public:
      */
     SandboxResult run(const QString &program, const QStringList &arguments, int seconds) const;
 
-    /** Where a path of the unit, e.g. "/var/local/qorhwinfo/serial.cache", lies on the host. */
-    QString hostPath(const QString &unitPath) const { return m_root + unitPath; }
+    /** The unit's directory on the host: a path of the unit lies there under the same name. */
     QString root() const { return m_root; }
     /** Every file of the unit, by its path in the unit, with its permission bits and bytes. */
     QMap<QString, QByteArray> files() const;

@@ -149,7 +149,7 @@ void TestDevices::probes()
     Sandbox sandbox;
     const SandboxResult built = sandbox.build(unit);
     QVERIFY2(built.exitCode == 0, qPrintable(built.describe()));
-    QFile size(sandbox.hostPath(QStringLiteral("/sys/class/uio/uio0/maps/map0/size")));
+    QFile size(sandbox.root() + QLatin1String("/sys/class/uio/uio0/maps/map0/size"));
     QVERIFY(mapSize.isEmpty() || (size.open(QIODevice::WriteOnly) && size.write(mapSize.toLatin1()) > 0));
     size.close();
     const SandboxResult run = sandbox.run(QCoreApplication::applicationFilePath(),

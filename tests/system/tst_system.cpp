@@ -11,8 +11,6 @@
 namespace {
 
 const char cache[] = "/var/local/qorhwinfo/serial.cache";
-const char *const boards
-    = "/dev/qorpic0 /sys/bus/i2c/devices/0-0050/eeprom /sys/bus/i2c/devices/0-0051/eeprom";
 const char noCacheFile[] = "void hmi::HwInfoHelper::discover() \"Serials File: could not open io device for "
                            "reading: No such file or directory\" \n";
 const char noCachedSerial[]
@@ -260,7 +258,7 @@ void SystemTest::run_data()
         "The old images are in %ROOT%/bk/1: \"qorhwinfo restore %ROOT%/bk/1\" puts them back.\n"
         "The store holds the old record, the new one, or a frame that reads as corrupted; never another "
         "identity.",
-        boards);
+        "/dev/qorpic0 /sys/bus/i2c/devices/0-0050/eeprom /sys/bus/i2c/devices/0-0051/eeprom");
     row("provision a replaced board", healthyWith("store bf blank-ff"),
         "provision bf --unit I123456 --serial 77 --yes\ninspect bf", "0 0",
         "    bf         77\n    serial     77\n    unit       \"I123456\"", "",
