@@ -14,16 +14,6 @@
 #include <utility>
 
 #if QT_VERSION < 0x050000
-#define QVERIFY_EXCEPTION_THROWN(expression, exceptiontype)                                                  \
-    do {                                                                                                     \
-        bool caught = false;                                                                                 \
-        try {                                                                                                \
-            expression;                                                                                      \
-        } catch (const exceptiontype &) {                                                                    \
-            caught = true;                                                                                   \
-        } catch (...) { }                                                                                    \
-        QVERIFY2(caught, "Expected exception of type " #exceptiontype " to be thrown");                      \
-    } while (false)
 #define QTEST_GUILESS_MAIN(TestObject)                                                                       \
     int main(int argc, char *argv[])                                                                         \
     {                                                                                                        \
@@ -31,9 +21,6 @@
         TestObject tc;                                                                                       \
         return QTest::qExec(&tc, argc, argv);                                                                \
     }
-#define QOR_SKIP(message) QSKIP(message, SkipSingle)
-#else
-#define QOR_SKIP(message) QSKIP(message)
 #endif
 
 /** A QMap or QHash from a braced list, which Qt 4's containers cannot take directly. */
