@@ -1,19 +1,16 @@
 #include "hwinfohelper.h"
 
+#include "cachefilecreationmask_p.h"
 #include "debugmessage.h"
 #include "hwinfohelper_p.h"
 
 #include <QtCore/QHash>
-
-#include <sys/stat.h>
 
 namespace hmi {
 
 namespace {
 
 typedef QHash<QString, int> VoteTable;
-
-const mode_t cacheFileCreationMask = 003;
 
 // A board descriptor may carry its own entries ("serial", ...) without any identity record; only a map
 // that names a unit serial takes part in the vote.
@@ -45,27 +42,13 @@ QList<QString> candidatesByVotes(VoteTable votes)
     return candidates;
 }
 
-// Restores the process's file-creation mask however the save ends.
-class CreationMaskScope
-{
-public:
-    explicit CreationMaskScope(mode_t mask)
-        : m_previous(::umask(mask))
-    { }
-    ~CreationMaskScope() { ::umask(m_previous); }
-
-private:
-    mode_t m_previous;
-};
-
-// Writes the current record into the empty cache store. The cache file is shared with the group that runs
-// the instrument's services, so it is created rw-rw-r--.
+// Writes the current record into the empty cache store.
 void writeCache(HwInfoHelper::EEPROM &cache, const HwInfoHelper::Serials &serials,
                 HwInfoHelper::StatusFlags &unitStatus)
 {
     serials.writeTo(cache.descriptor);
     try {
-        const CreationMaskScope mask(cacheFileCreationMask);
+        const CacheFileCreationMask mask;
         cache.save();
     } catch (QString &message) {
         DebugMessage(QtDebugMsg) << "error while saving .serial file:" << message;

@@ -1,5 +1,7 @@
 #include "storewriter.h"
 
+#include "cachefilecreationmask_p.h"
+
 #include <qorutils/romstorage.h>
 
 #include <QFile>
@@ -17,24 +19,11 @@ namespace StoreWriter {
 namespace {
 
 const int unlimitedRoom = 0x7fffffff;
-const mode_t cacheFileCreationMask = 003;
 
 QString systemError()
 {
     return QString::fromLocal8Bit(std::strerror(errno));
 }
-
-class CreationMaskScope
-{
-public:
-    explicit CreationMaskScope(mode_t mask)
-        : m_previous(::umask(mask))
-    { }
-    ~CreationMaskScope() { ::umask(m_previous); }
-
-private:
-    mode_t m_previous;
-};
 
 // A rename reaches the disk only with its directory.
 bool syncDirectoryOf(const QString &path, QString *error)
@@ -182,7 +171,7 @@ bool replaceFile(const QString &path, const QByteArray &bytes, QString *error)
     QFile file(newPath);
     bool ok;
     {
-        const CreationMaskScope mask(cacheFileCreationMask);
+        const hmi::CacheFileCreationMask mask;
         ok = file.open(QIODevice::WriteOnly | QIODevice::Truncate);
     }
     if (!ok) {
