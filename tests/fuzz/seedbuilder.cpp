@@ -1,6 +1,6 @@
 // seedbuilder OUTDIR: the fuzz targets' seeds (no binary input lives in the repository): hostile frames, a
 // record of many kinds of value, erased and empty memories, with their bare payloads for the frame target and
-// at offsets 0 and 16 for the store target; typed texts with the cursor at each end for the validator.
+// at offsets 0 and 16 for the store target.
 #include "hostileframes.h"
 
 #include <qorutils/romstorage.h>
