@@ -20,3 +20,15 @@ foreach(pc qorhwinfo qorutils)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/${pc}.pc.in ${CMAKE_BINARY_DIR}/${pc}${QOR_NAME_SUFFIX}.pc @ONLY)
     install(FILES ${CMAKE_BINARY_DIR}/${pc}${QOR_NAME_SUFFIX}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
+
+# What makes the identity ready at boot and readable without root (data/): distribution packages install
+# these through their own helpers and turn this off.
+if(QOR_INSTALL_SYSTEM_FILES)
+    install(FILES ${PROJECT_SOURCE_DIR}/data/systemd/qorhwinfo-discover.service
+                  ${PROJECT_SOURCE_DIR}/data/systemd/qorhwinfo-metrics.service
+                  ${PROJECT_SOURCE_DIR}/data/systemd/qorhwinfo-identity.target
+            DESTINATION lib/systemd/system)
+    install(FILES ${PROJECT_SOURCE_DIR}/data/tmpfiles.d/qorhwinfo.conf DESTINATION lib/tmpfiles.d)
+    install(FILES ${PROJECT_SOURCE_DIR}/data/sysusers.d/qorhwinfo.conf DESTINATION lib/sysusers.d)
+    install(FILES ${PROJECT_SOURCE_DIR}/data/udev/60-qorhwinfo.rules DESTINATION lib/udev/rules.d)
+endif()

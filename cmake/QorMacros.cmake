@@ -51,8 +51,7 @@ function(qor_library_defaults target)
     target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_BINARY_DIR}/include>
                                                 $<INSTALL_INTERFACE:${QOR_INSTALL_INCLUDEDIR}>)
     if(QOR_INSTALL_RPATH)
-        set(rpath "$ORIGIN" ${QOR_INSTALL_RPATH_QT})
-        set_target_properties(${target} PROPERTIES INSTALL_RPATH "${rpath}")
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
     endif()
 endfunction()
 

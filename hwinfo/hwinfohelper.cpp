@@ -37,7 +37,7 @@ QString readFpgaUid()
         if (maps.isEmpty())
             return QString();
         const volatile quint32 *registers
-            = static_cast<const volatile quint32 *>(maps.first().mmap(UioDevice::ReadWrite));
+            = static_cast<const volatile quint32 *>(maps.first().mmap(UioDevice::ReadOnly));
         return formatFpgaUid(registers[fpgaUidRegister]);
     } catch (const Exception &) {
         return QString();
@@ -137,6 +137,12 @@ QString HwInfoHelper::unitSerial() const
 QList<QString> HwInfoHelper::probableSerials() const
 {
     return d->probableSerials;
+}
+
+void HwInfoHelper::discover()
+{
+    HwInfoHelperPrivate::ProgressSignals progress(this);
+    Discovery(d->eeproms, d->serials, d->status, d->probableSerials).run(&progress);
 }
 
 } // namespace hmi

@@ -17,7 +17,8 @@ int openFlags(QIODevice::OpenMode mode)
     const bool reads = mode & QIODevice::ReadOnly;
     const bool writes = mode & QIODevice::WriteOnly;
     const int access = reads && writes ? O_RDWR : (writes ? O_WRONLY : O_RDONLY);
-    return access | O_CLOEXEC;
+    // The node is the driver's own: a link in its place is somebody else's.
+    return access | O_CLOEXEC | O_NOFOLLOW;
 }
 
 /**

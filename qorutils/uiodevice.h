@@ -19,10 +19,13 @@ class UioDevicePrivate;
 class QORUTILS_EXPORT UioDevice
 {
 public:
-    /** How Map::mmap() maps a region. */
+    /**
+     * How Map::mmap() maps a region. Reading is 2, the access that the hardware inventory asks for: it only
+     * reads through its mapping, so an account with read access to the device gets its registers.
+     */
     enum AccessType {
-        ReadOnly = 1, ///< for reading
-        ReadWrite = 2 ///< for reading and writing; needs the device open read-write
+        ReadOnly = 2, ///< for reading
+        ReadWrite = 3 ///< for reading and writing; needs the device open read-write
     };
 
     /** One memory region of the device. */

@@ -17,8 +17,8 @@ struct SandboxResult
 };
 
 /**
- * One simulated unit on disk (tools/qorsimunit) and the sandbox that shows it at the unit's real paths
- * (tools/qorsandbox). The unit's files live in a scratch directory for the object's lifetime, so that a
+ * One simulated unit on disk (sim/qorsimunit) and the sandbox that shows it at the unit's real paths
+ * (sim/qorsandbox). The unit's files live in a scratch directory for the object's lifetime, so that a
  * test can run several programs on the same unit and look at what they left.
  */
 class Sandbox

@@ -1,5 +1,7 @@
 #include "jsonvalue.h"
 
+#include "serialform.h"
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -70,16 +72,16 @@ json_t *value(const QVariant &variant)
     return variant.isValid() ? text(variant.toString()) : json_null();
 }
 
-json_t *candidates(const QList<VoteCount::Candidate> &candidates)
+json_t *candidates(const QList<hmi::SerialVote::Candidate> &candidates)
 {
     json_t *list = json_array();
-    for (const VoteCount::Candidate &candidate : candidates) {
+    for (const hmi::SerialVote::Candidate &candidate : candidates) {
         json_t *entry = json_object();
         set(entry, "serial", text(candidate.serial));
         set(entry, "votes", number(candidate.voters.size()));
         set(entry, "stores", texts(candidate.voters));
         set(entry, "tied", boolean(candidate.tied));
-        set(entry, "wellFormed", boolean(candidate.wellFormed));
+        set(entry, "wellFormed", boolean(SerialForm::isWellFormed(candidate.serial)));
         append(list, entry);
     }
     return list;
@@ -89,13 +91,46 @@ json_t *record(const QVariantMap &map)
 {
     json_t *object = json_object();
     for (QVariantMap::const_iterator it = map.constBegin(); it != map.constEnd(); ++it)
-        set(object, it.key().toUtf8().constData(), value(it.value()));
+        set(object, it.key(), value(it.value()));
     return object;
 }
 
 void set(json_t *object, const char *key, json_t *value)
 {
     json_object_set_new(object, key, value ? value : json_null());
+}
+
+void set(json_t *object, const QString &key, json_t *value)
+{
+    const QByteArray utf8 = key.toUtf8();
+    json_object_setn_new(object, utf8.constData(), size_t(utf8.size()), value ? value : json_null());
+}
+
+json_t *mismatches(const QList<IdentityCheck::Mismatch> &mismatches)
+{
+    json_t *list = json_array();
+    for (const IdentityCheck::Mismatch &mismatch : mismatches) {
+        json_t *entry = json_object();
+        set(entry, "store", text(mismatch.store));
+        set(entry, "field", text(mismatch.field));
+        set(entry, "recorded", text(mismatch.recorded));
+        set(entry, "actual", text(mismatch.actual));
+        set(entry, "problem", text(mismatch.sentence));
+        append(list, entry);
+    }
+    return list;
+}
+
+json_t *unfinishedRepair(const RepairJournal::Entry &entry)
+{
+    if (!entry.exists())
+        return json_null();
+    json_t *object = json_object();
+    set(object, "command", text(entry.command));
+    set(object, "backup", text(entry.backup));
+    set(object, "time", text(entry.time));
+    set(object, "stores", texts(entry.stores));
+    return object;
 }
 
 void append(json_t *array, json_t *value)

@@ -5,7 +5,10 @@
 #include <QStringList>
 #include <QVariant>
 
-#include "votecount.h"
+#include "identitycheck.h"
+#include "repairjournal.h"
+
+#include <serialvote.h>
 
 #include <jansson.h>
 
@@ -28,9 +31,15 @@ json_t *value(const QVariant &value);
 json_t *record(const QVariantMap &record);
 /** The candidates of a vote, each with its serial, votes, voting stores and whether it is tied and
  * well-formed. */
-json_t *candidates(const QList<VoteCount::Candidate> &candidates);
+json_t *candidates(const QList<hmi::SerialVote::Candidate> &candidates);
+/** The fields of records that name other hardware than this unit's. */
+json_t *mismatches(const QList<IdentityCheck::Mismatch> &mismatches);
+/** An unfinished repair with its command, backup set and time; JSON null when there is none. */
+json_t *unfinishedRepair(const RepairJournal::Entry &entry);
 
 void set(json_t *object, const char *key, json_t *value);
+/** Sets a member whose key came from a store: carried exactly, NUL characters included. */
+void set(json_t *object, const QString &key, json_t *value);
 void append(json_t *array, json_t *value);
 /** Prints @p document indented on stdout, with a final line end, and releases it. */
 void print(json_t *document);

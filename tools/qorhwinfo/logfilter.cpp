@@ -1,6 +1,7 @@
 #include "logfilter.h"
 
 #include "progressbar.h"
+#include "terminaltext.h"
 
 #include <cstdio>
 
@@ -48,8 +49,8 @@ void restoreHandler()
 
 } // namespace
 
-LogFilter::LogFilter(bool showDebugMessages)
-    : m_showDebugMessages(showDebugMessages)
+LogFilter::LogFilter(bool showMessages)
+    : m_showMessages(showMessages)
     , m_progressBar(nullptr)
 {
     Q_ASSERT(!s_current);
@@ -63,24 +64,17 @@ LogFilter::~LogFilter()
     s_current = nullptr;
 }
 
-void LogFilter::deliver(QtMsgType type, const QString &text)
+void LogFilter::deliver(QtMsgType, const QString &text)
 {
-    if (s_current)
-        s_current->record(type, text);
-}
-
-void LogFilter::record(QtMsgType type, const QString &text)
-{
-    m_messages.append(text);
-    if (type != QtDebugMsg || m_showDebugMessages)
-        show(text);
+    if (s_current && s_current->m_showMessages)
+        s_current->show(text);
 }
 
 void LogFilter::show(const QString &text)
 {
     if (m_progressBar)
         m_progressBar->hide();
-    std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
+    std::fprintf(stderr, "library log: %s\n", TerminalText::escaped(text).toLocal8Bit().constData());
     std::fflush(stderr);
     if (m_progressBar)
         m_progressBar->redraw();

@@ -7,18 +7,17 @@
 class ProgressBar;
 
 /**
- * Takes over Qt's message handler while it lives. Every message is kept for the report; on stderr the
- * library's debug messages appear only when asked for, while warnings and worse always do. A progress bar
- * on the same terminal is lifted out of the way for each message shown.
+ * Takes over Qt's message handler while it lives: the library's log appears on stderr, escaped, only when
+ * asked for, since every report says in its own words what the library logged. A progress bar on the same
+ * terminal is lifted out of the way for each message shown.
  */
 class LogFilter
 {
 public:
-    explicit LogFilter(bool showDebugMessages);
+    explicit LogFilter(bool showMessages);
     ~LogFilter();
 
     void setProgressBar(ProgressBar *bar) { m_progressBar = bar; }
-    QStringList messages() const { return m_messages; }
 
     /** Where Qt's message handler hands each message, whichever Qt calls it. */
     static void deliver(QtMsgType type, const QString &text);
@@ -26,14 +25,12 @@ public:
 private:
     Q_DISABLE_COPY(LogFilter)
 
-    void record(QtMsgType type, const QString &text);
     void show(const QString &text);
 
     static LogFilter *s_current;
 
-    bool m_showDebugMessages;
+    bool m_showMessages;
     ProgressBar *m_progressBar;
-    QStringList m_messages;
 };
 
 #endif

@@ -1,121 +1,45 @@
-#include "checkcommand.h"
-#include "commandline.h"
-#include "discoveryrun.h"
+#include "commands.h"
 #include "exitcode.h"
-#include "inspectcommand.h"
-#include "jsonreport.h"
-#include "jsonvalue.h"
-#include "logfilter.h"
-#include "progressbar.h"
-#include "repaircommands.h"
-#include "serialform.h"
-#include "textreport.h"
-
-#include <qorhwinfo/hwinfohelper.h>
+#include "options.h"
+#include "terminaltext.h"
 
 #include <QCoreApplication>
-#include <QScopedPointer>
 #include <QTextStream>
 
 #include <cstdio>
-#include <exception>
 
 namespace {
 
-void printError(const QString &text)
+typedef int (*Command)(const Options &);
+
+Command commandOf(Options::Command command)
 {
-    std::fprintf(stderr, "qorhwinfo: %s\n", text.toLocal8Bit().constData());
-}
-
-int runQuick(bool json)
-{
-    const QString serial = hmi::HwInfoHelper::quickNonValidatedSerial();
-    const bool wellFormed = SerialForm::isWellFormed(serial);
-    const int code = serial.isNull() ? Problem : wellFormed ? Success : Malformed;
-    if (json) {
-        json_t *root = Json::document();
-        Json::set(root, "unitSerial", Json::text(serial));
-        Json::set(root, "wellFormed", Json::boolean(wellFormed));
-        Json::print(root);
-    } else if (!serial.isNull()) {
-        QTextStream(stdout) << SerialForm::display(serial) << '\n';
-    }
-    if (code == Problem) {
-        printError(QLatin1String("no unit serial is cached: the serials cache file is missing, damaged or "
-                                 "names none. Run \"qorhwinfo discover\" to establish it."));
-    } else if (code == Malformed) {
-        printError(
-            QLatin1String("the cached unit serial is malformed (not \"I\" and six digits): \"qorhwinfo "
-                          "check\" shows where it comes from, \"qorhwinfo resolve SERIAL\" repairs it."));
-    }
-    return code;
-}
-
-DiscoveryReport discover(const LogFilter &log, ProgressBar *progressBar)
-{
-    hmi::HwInfoHelper helper;
-    DiscoveryRun run(helper, log, progressBar);
-    return run.run();
-}
-
-int runDiscover(bool verbose, bool json)
-{
-    LogFilter log(verbose);
-    QScopedPointer<ProgressBar> progressBar;
-    if (ProgressBar::isTerminal(stderr)) {
-        progressBar.reset(new ProgressBar(stderr));
-        log.setProgressBar(progressBar.data());
-    }
-
-    DiscoveryReport report;
-    try {
-        report = discover(log, progressBar.data());
-    } catch (const std::exception &error) {
-        progressBar.reset();
-        log.setProgressBar(nullptr);
-        printError(QString::fromLatin1("discovery failed: %1").arg(QString::fromUtf8(error.what())));
-        return UnitError;
-    }
-    log.setProgressBar(nullptr);
-    progressBar.reset();
-
-    if (json) {
-        Json::print(JsonReport(report).document());
-    } else {
-        QTextStream out(stdout);
-        TextReport(report).print(out, verbose);
-    }
-    return report.exitCode();
-}
-
-int runCommand(const CommandLine &commandLine)
-{
-    switch (commandLine.command()) {
-    case CommandLine::Quick:
-        return runQuick(commandLine.json());
-    case CommandLine::Discover:
-        return runDiscover(commandLine.verbose(), commandLine.json());
-    case CommandLine::Inspect:
-        return InspectCommand::run(commandLine);
-    case CommandLine::Check:
-        return CheckCommand::run(commandLine);
-    case CommandLine::Cache:
-        return RepairCommands::cache(commandLine);
-    case CommandLine::Provision:
-        return RepairCommands::provision(commandLine);
-    case CommandLine::Resolve:
-        return RepairCommands::resolve(commandLine);
-    case CommandLine::Backup:
-        return RepairCommands::backup(commandLine);
-    case CommandLine::Restore:
-        return RepairCommands::restore(commandLine);
-    case CommandLine::VersionRequest:
-        QTextStream(stdout) << CommandLine::versionText();
-        return Success;
-    case CommandLine::NoCommand:
+    switch (command) {
+    case Options::Quick:
+        return Commands::quick;
+    case Options::Discover:
+        return Commands::discover;
+    case Options::Inspect:
+        return Commands::inspect;
+    case Options::Check:
+        return Commands::check;
+    case Options::Cache:
+        return Commands::cache;
+    case Options::Provision:
+        return Commands::provision;
+    case Options::Resolve:
+        return Commands::resolve;
+    case Options::Backup:
+        return Commands::backup;
+    case Options::Restore:
+        return Commands::restore;
+    case Options::History:
+        return Commands::history;
+    case Options::NoCommand:
+    case Options::Version:
         break;
     }
-    return Usage;
+    return nullptr;
 }
 
 } // namespace
@@ -126,15 +50,20 @@ int main(int argc, char *argv[])
     QCoreApplication::setApplicationName(QLatin1String("qorhwinfo"));
     QCoreApplication::setApplicationVersion(QLatin1String(QORHWINFO_VERSION));
 
-    const CommandLine commandLine(argc, argv);
-    if (!commandLine.isValid()) {
-        printError(commandLine.errorText());
-        std::fprintf(stderr, "Try \"qorhwinfo --help\".\n");
+    Options options;
+    QString error;
+    if (!Options::parse(argc, argv, &options, &error)) {
+        std::fprintf(stderr, "qorhwinfo: %s\nTry \"qorhwinfo --help\".\n",
+                     TerminalText::escaped(error).toLocal8Bit().constData());
         return Usage;
     }
-    if (commandLine.helpRequested()) {
-        QTextStream(stdout) << commandLine.helpText();
+    if (options.help) {
+        QTextStream(stdout) << Options::helpText(options.command);
         return Success;
     }
-    return runCommand(commandLine);
+    if (options.command == Options::Version) {
+        QTextStream(stdout) << Options::versionText();
+        return Success;
+    }
+    return commandOf(options.command)(options);
 }

@@ -1,5 +1,7 @@
 #include "serialform.h"
 
+#include "terminaltext.h"
+
 #include <qorhwinfo/unitserialvalidator.h>
 
 namespace SerialForm {
@@ -16,11 +18,9 @@ bool isWellFormed(const QString &serial)
 
 QString display(const QString &serial)
 {
-    if (serial.isNull())
-        return QLatin1String("(null)");
     if (isWellFormed(serial))
         return serial;
-    return QLatin1Char('"') + serial + QLatin1Char('"');
+    return QLatin1Char('"') + TerminalText::escaped(serial) + QLatin1Char('"');
 }
 
 } // namespace SerialForm

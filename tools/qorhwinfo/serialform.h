@@ -10,7 +10,7 @@
 namespace SerialForm {
 
 bool isWellFormed(const QString &serial);
-/** The serial as the tool shows it: well-formed ones plain, anything else quoted, a null one as (null). */
+/** The serial as the tool shows it: well-formed ones plain, anything else quoted and escaped. */
 QString display(const QString &serial);
 
 } // namespace SerialForm

@@ -1,56 +1,49 @@
 #ifndef QORHWINFO_TOOL_STOREINSPECTION_H
 #define QORHWINFO_TOOL_STOREINSPECTION_H
 
+#include "identitycheck.h"
+
+#include <storeload.h>
+
 #include <qorhwinfo/hwinfohelper.h>
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 #include <QVariantMap>
 
+#include <jansson.h>
+
+class QTextStream;
+
 /**
  * What one store's memory holds, read the way the library reads it but kept in full for a person: the
- * frame's bytes and header, the verdict with its reason, and the device's own error when it failed.
- * Reads the frame only; never writes.
+ * frame's bytes and header, the verdict with its reason, the device's own error, the record compared with
+ * the unit's hardware, and what a frame whose only fault is its CRC still decodes to. Reads; never writes.
  */
-class StoreInspection
+struct StoreInspection
 {
-public:
-    enum Verdict { Valid, Blank, Empty, Corrupted, OpenFailed, SeekFailed };
+    /** Reads the store @p key now. */
+    static StoreInspection read(const QString &key, const hmi::HwInfoHelper::EEPROM &store,
+                                const IdentityCheck::Hardware &hardware);
 
-    StoreInspection(const QString &key, const hmi::HwInfoHelper::EEPROM &store, const QString &devicePath);
+    /** Success, Problem, Malformed or StoreUnusable, as the exit status of "inspect" counts it. */
+    int exitCode() const;
+    /** The inspection for people, every text from the store escaped; @p hex adds a dump of the frame. */
+    void printText(QTextStream &out, bool hex) const;
+    /** The inspection for scripts; the caller owns it. */
+    json_t *json(bool hex) const;
 
-    QString key() const { return m_key; }
-    QString label() const { return m_label; }
-    QString devicePath() const { return m_devicePath; }
-    int offset() const { return m_offset; }
-    int room() const { return m_room; }
-
-    Verdict verdict() const { return m_verdict; }
-    /** Why a frame is corrupted, in words; empty otherwise. */
-    QString reason() const { return m_reason; }
-    /** The device's error when opening, seeking or reading failed (a dead chip: "Connection timed out"). */
-    QString deviceError() const { return m_deviceError; }
-    QByteArray bytes() const { return m_bytes; }
-    QVariantMap record() const { return m_record; }
-    /** A store whose device could not be used at all, as opposed to one that holds a bad frame. */
-    bool isUnusable() const;
-
-    static QString verdictText(Verdict verdict);
-
-private:
-    void read(QIODevice *device);
-    QString corruptionReason() const;
-
-    QString m_key;
-    QString m_label;
-    QString m_devicePath;
-    int m_offset;
-    int m_room;
-    Verdict m_verdict;
-    QString m_reason;
-    QString m_deviceError;
-    QByteArray m_bytes;
-    QVariantMap m_record;
+    QString key;
+    hmi::HwInfoHelper::EEPROM store;
+    QString devicePath;
+    hmi::StoreLoad::Content content = hmi::StoreLoad::OpenFailed;
+    QString deviceError;
+    QByteArray bytes;
+    QVariantMap record;
+    /** The record was decoded from a frame whose CRC does not match: nothing vouches for it. */
+    bool unverified = false;
+    QList<IdentityCheck::Mismatch> mismatches;
 };
 
 #endif

@@ -1,14 +1,14 @@
 #include "storewriter.h"
 
-#include "cachefilecreationmask_p.h"
+#include "statefiles.h"
 
+#include <qorutils/piciodevice.h>
 #include <qorutils/romstorage.h>
 
 #include <QFile>
-#include <QFileInfo>
+#include <QScopedPointer>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -18,68 +18,120 @@ namespace StoreWriter {
 
 namespace {
 
-const int unlimitedRoom = 0x7fffffff;
+const char cacheName[] = "serial.cache";
+const qint64 imageBound = 128 * 1024;
 
 QString systemError()
 {
     return QString::fromLocal8Bit(std::strerror(errno));
 }
 
-// A rename reaches the disk only with its directory.
-bool syncDirectoryOf(const QString &path, QString *error)
+QString pathOf(const hmi::HwInfoHelper::EEPROM &store)
 {
-    const int fd
-        = ::open(QFile::encodeName(QFileInfo(path).absolutePath()).constData(), O_RDONLY | O_DIRECTORY);
-    if (fd < 0 || ::fsync(fd) != 0) {
-        *error = QString::fromLatin1("could not sync the directory of %1: %2").arg(path, systemError());
-        if (fd >= 0)
-            ::close(fd);
-        return false;
-    }
-    ::close(fd);
-    return true;
+    if (const QFile *file = qobject_cast<const QFile *>(store.ioDev))
+        return file->fileName();
+    return PicIODevice::devicePath();
 }
 
-bool syncFile(QFile &file, QString *error)
+/**
+ * The store's device, opened without following a link and checked for its type before a single byte moves.
+ * The carrier board's memory is its own device class, which opens its node itself.
+ */
+class DeviceHandle
 {
-    if (!file.flush() || ::fsync(file.handle()) != 0) {
+public:
+    DeviceHandle(const hmi::HwInfoHelper::EEPROM &store, QIODevice::OpenMode mode, QString *error)
+        : m_device(nullptr)
+    {
+        if (!qobject_cast<QFile *>(store.ioDev)) {
+            if (store.ioDev->open(mode | QIODevice::Unbuffered))
+                m_device = store.ioDev;
+            else
+                *error = store.ioDev->errorString();
+            m_borrowed = true;
+            return;
+        }
+        m_borrowed = false;
+        const QByteArray path = QFile::encodeName(pathOf(store));
+        const int access = mode & QIODevice::WriteOnly ? O_RDWR : O_RDONLY;
+        const int fd = ::open(path.constData(), access | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
+        struct stat info;
+        if (fd < 0 || ::fstat(fd, &info) != 0) {
+            *error = QString::fromLatin1("cannot open %1: %2").arg(pathOf(store), systemError());
+            if (fd >= 0)
+                ::close(fd);
+            return;
+        }
+        if (!S_ISREG(info.st_mode) && !S_ISCHR(info.st_mode)) {
+            *error = QString::fromLatin1("%1 is neither a memory nor a file").arg(pathOf(store));
+            ::close(fd);
+            return;
+        }
+        ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+        m_file.reset(new QFile);
+        if (!m_file->open(fd, mode | QIODevice::Unbuffered, QFile::AutoCloseHandle)) {
+            *error = m_file->errorString();
+            ::close(fd);
+            m_file.reset();
+            return;
+        }
+        m_device = m_file.data();
+    }
+    ~DeviceHandle()
+    {
+        if (m_device)
+            m_device->close();
+    }
+
+    QIODevice *device() const { return m_device; }
+
+private:
+    Q_DISABLE_COPY(DeviceHandle)
+    QScopedPointer<QFile> m_file;
+    QIODevice *m_device;
+    bool m_borrowed;
+};
+
+bool syncFile(QIODevice *device, QString *error)
+{
+    QFile *file = qobject_cast<QFile *>(device);
+    if (!file)
+        return true;
+    if (!file->flush() || ::fsync(file->handle()) != 0) {
         // Character devices and sysfs attributes have nothing to sync.
         if (errno == EINVAL || errno == EROFS)
             return true;
-        *error = QString::fromLatin1("could not sync %1: %2").arg(file.fileName(), systemError());
+        *error = QString::fromLatin1("could not sync %1: %2").arg(file->fileName(), systemError());
         return false;
     }
     return true;
 }
 
-qint64 regionSize(QIODevice *device, const hmi::HwInfoHelper::EEPROM &store)
-{
-    const qint64 rest = qMax<qint64>(device->size() - store.offset, 0);
-    return store.maxSize == unlimitedRoom ? rest : qMin<qint64>(rest, store.maxSize);
-}
-
+// Reads to the end of the region, never more than its room, whatever size the device claims.
 bool readRegion(const hmi::HwInfoHelper::EEPROM &store, QByteArray *image, QString *error)
 {
-    QIODevice *device = store.ioDev;
-    if (!device->open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+    DeviceHandle handle(store, QIODevice::ReadOnly, error);
+    QIODevice *device = handle.device();
+    if (!device)
+        return false;
+    if (!device->seek(store.offset)) {
         *error = device->errorString();
         return false;
     }
-    bool ok = device->seek(store.offset);
-    if (ok) {
-        const qint64 size = regionSize(device, store);
-        image->resize(int(size));
-        qint64 done = 0;
-        while (ok && done < size) {
-            const qint64 got = device->read(image->data() + done, size - done);
-            ok = got > 0;
-            done += qMax<qint64>(got, 0);
+    const qint64 room = roomOf(store);
+    image->clear();
+    char chunk[4096];
+    while (image->size() < room) {
+        const qint64 got = device->read(chunk, qMin<qint64>(sizeof chunk, room - image->size()));
+        if (got < 0) {
+            *error = device->errorString();
+            return false;
         }
+        if (got == 0)
+            break;
+        image->append(chunk, int(got));
     }
-    if (!ok)
-        *error = device->errorString();
-    device->close();
-    return ok;
+    return true;
 }
 
 // A store that was written is read again through the library, as the next discovery will read it.
@@ -101,36 +153,56 @@ bool readsBack(const hmi::HwInfoHelper::EEPROM &store, const QVariantMap &record
 
 } // namespace
 
+qint64 maxImageSize()
+{
+    return imageBound;
+}
+
+qint64 roomOf(const hmi::HwInfoHelper::EEPROM &store)
+{
+    return qMin<qint64>(store.maxSize, imageBound);
+}
+
+bool isCacheFile(const hmi::HwInfoHelper::EEPROM &store)
+{
+    return pathOf(store) == StateFiles::directory() + QLatin1Char('/') + QLatin1String(cacheName);
+}
+
 bool readImage(const hmi::HwInfoHelper::EEPROM &store, QByteArray *image, bool *present, QString *error)
 {
     *present = true;
     image->clear();
-    QFile *file = qobject_cast<QFile *>(store.ioDev);
-    if (file && !file->exists()) {
-        *present = false;
-        return true;
+    if (isCacheFile(store)) {
+        QString readError;
+        const bool read = StateFiles::read(cacheName, imageBound, image, present, &readError);
+        if (!read)
+            *error = readError;
+        return read;
     }
     return readRegion(store, image, error);
 }
 
 bool writeImage(const hmi::HwInfoHelper::EEPROM &store, const QByteArray &image, QString *error)
 {
-    QIODevice *device = store.ioDev;
-    // Never WriteOnly: on a file that truncates, and a memory keeps bytes outside the region.
-    if (!device->open(QIODevice::ReadWrite | QIODevice::Unbuffered)) {
-        *error = device->errorString();
+    if (image.size() > roomOf(store)) {
+        *error = QString::fromLatin1("%1 bytes do not fit the %2 bytes of room")
+                     .arg(image.size())
+                     .arg(roomOf(store));
         return false;
     }
-    bool ok = device->seek(store.offset) && device->write(image) == image.size();
-    if (!ok)
-        *error = device->errorString();
-    QFile *file = qobject_cast<QFile *>(device);
-    if (ok && file)
-        ok = syncFile(*file, error);
-    device->close();
-    if (!ok)
-        return false;
-
+    {
+        // Never WriteOnly: on a file that truncates, and a memory keeps bytes outside the region.
+        DeviceHandle handle(store, QIODevice::ReadWrite, error);
+        QIODevice *device = handle.device();
+        if (!device)
+            return false;
+        if (!device->seek(store.offset) || device->write(image) != image.size()) {
+            *error = device->errorString();
+            return false;
+        }
+        if (!syncFile(device, error))
+            return false;
+    }
     QByteArray readBack;
     if (!readRegion(store, &readBack, error))
         return false;
@@ -143,59 +215,31 @@ bool writeImage(const hmi::HwInfoHelper::EEPROM &store, const QByteArray &image,
 
 bool writeRecord(const hmi::HwInfoHelper::EEPROM &store, const QVariantMap &record, QString *error)
 {
-    QIODevice *device = store.ioDev;
-    if (!device->open(QIODevice::ReadWrite | QIODevice::Unbuffered)) {
-        *error = device->errorString();
-        return false;
-    }
-    bool ok = device->seek(store.offset);
-    if (!ok)
-        *error = device->errorString();
-    try {
-        if (ok)
+    {
+        DeviceHandle handle(store, QIODevice::ReadWrite, error);
+        QIODevice *device = handle.device();
+        if (!device)
+            return false;
+        if (!device->seek(store.offset)) {
+            *error = device->errorString();
+            return false;
+        }
+        try {
             ROMStorage(QVariant(record)).saveTo(*device, store.maxSize);
-    } catch (const QString &failure) {
-        *error = failure;
-        ok = false;
+        } catch (const QString &failure) {
+            *error = failure;
+            return false;
+        }
     }
-    device->close();
-    if (!ok)
-        return false;
-
     return readsBack(store, record, error);
 }
 
-bool replaceFile(const QString &path, const QByteArray &bytes, QString *error)
+bool replaceCache(const QByteArray &bytes, QString *error)
 {
-    const QString newPath = path + QLatin1String(".new");
-    QFile file(newPath);
-    bool ok;
-    {
-        const hmi::CacheFileCreationMask mask;
-        ok = file.open(QIODevice::WriteOnly | QIODevice::Truncate);
-    }
-    if (!ok) {
-        *error = QString::fromLatin1("could not create %1: %2").arg(newPath, file.errorString());
-        return false;
-    }
-    ok = file.write(bytes) == bytes.size();
-    if (!ok)
-        *error = QString::fromLatin1("could not write %1: %2").arg(newPath, file.errorString());
-    ok = ok && syncFile(file, error);
-    file.close();
-    if (ok && std::rename(QFile::encodeName(newPath).constData(), QFile::encodeName(path).constData()) != 0) {
-        *error = QString::fromLatin1("could not rename %1 to %2: %3").arg(newPath, path, systemError());
-        ok = false;
-    }
-    if (!ok) {
-        QFile::remove(newPath);
-        return false;
-    }
-    return syncDirectoryOf(path, error);
+    return StateFiles::replace(cacheName, bytes, error, 0664);
 }
 
-bool writeCacheRecord(const hmi::HwInfoHelper::EEPROM &store, const QString &path, const QVariantMap &record,
-                      QString *error)
+bool writeCacheRecord(const hmi::HwInfoHelper::EEPROM &store, const QVariantMap &record, QString *error)
 {
     QByteArray frame;
     try {
@@ -204,21 +248,14 @@ bool writeCacheRecord(const hmi::HwInfoHelper::EEPROM &store, const QString &pat
         *error = failure;
         return false;
     }
-    if (!replaceFile(path, frame, error))
+    if (!replaceCache(frame, error))
         return false;
     return readsBack(store, record, error);
 }
 
-bool removeFile(const QString &path, QString *error)
+bool removeCache(QString *error)
 {
-    QFile file(path);
-    if (!file.exists())
-        return true;
-    if (!file.remove()) {
-        *error = QString::fromLatin1("could not remove %1: %2").arg(path, file.errorString());
-        return false;
-    }
-    return syncDirectoryOf(path, error);
+    return StateFiles::remove(cacheName, error);
 }
 
 } // namespace StoreWriter

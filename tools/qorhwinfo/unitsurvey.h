@@ -1,68 +1,85 @@
 #ifndef QORHWINFO_TOOL_UNITSURVEY_H
 #define QORHWINFO_TOOL_UNITSURVEY_H
 
-#include "votecount.h"
+#include <serialvote.h>
+#include <storeload.h>
 
 #include <qorhwinfo/hwinfohelper.h>
 
 #include <QList>
+#include <QScopedPointer>
 #include <QString>
 #include <QVariantMap>
 
 /**
- * Every store of the unit loaded through the library's store table, as discovery loads them, and the
- * vote counted from them, without discovery's cache write: what the reading and repairing commands
- * decide on. The hardware facts come from a helper that is constructed but never discovers.
+ * Every store of the unit read as discovery reads it, the vote counted from them and the unit's hardware
+ * facts, without discovery's cache write: what the reading and repairing commands decide on.
  */
 class UnitSurvey
 {
 public:
     typedef hmi::HwInfoHelper::EEPROM Eeprom;
 
-    /** How a store's load ended, from the library's message. */
-    enum State { HoldsRecord, NoRecord, Blank, Empty, Corrupted, Missing, Unreadable };
-
     struct Store
     {
         QString key;
         QString label;
-        State state = NoRecord;
+        hmi::StoreLoad::Content content = hmi::StoreLoad::OpenFailed;
         /** The loaded map; empty when the load failed. */
         QVariantMap map;
-        /** The library's message when the load failed. */
-        QString failure;
+        /** The device's error, or what the device threw. */
+        QString deviceError;
 
-        bool holdsRecord() const { return state == HoldsRecord; }
-        /** The record's unit serial; meaningful only when it holds a record. */
+        bool holdsRecord() const { return content == hmi::StoreLoad::Record; }
+        bool loaded() const
+        {
+            return content == hmi::StoreLoad::Record || content == hmi::StoreLoad::NoRecord;
+        }
+        bool unreadable() const;
+        /** The record's unit serial; a null QString when it holds none. */
         QString unit() const;
-        bool loaded() const { return state == HoldsRecord || state == NoRecord; }
+        /** What the store holds, in a technician's words: "record", "blank", "cannot be read", ... */
+        QString stateText() const;
+        /** Why the store holds no record, as a sentence that names it; empty when it holds one. */
+        QString problemText() const;
     };
 
-    /** Loads every store now. With @p cacheVotes false, the serials cache file does not vote. */
+    /** Reads every store now. With @p cacheVotes false, the serials cache file does not vote. */
     explicit UnitSurvey(bool cacheVotes = true);
+    ~UnitSurvey();
 
     /** The stores by key: bf cb com file ut. */
     QList<Store> stores() const { return m_stores; }
     Store store(const QString &key) const;
-    VoteCount votes() const { return m_votes; }
+    const hmi::SerialVote &vote() const { return m_vote; }
 
     /** The library's store of @p key, with its device, offset and room. */
-    Eeprom eeprom(const QString &key) const { return m_helper.eeproms().value(key); }
-    /** The device path behind a store, for people and manifests. */
+    Eeprom eeprom(const QString &key) const { return m_table.value(key); }
     QString devicePath(const QString &key) const { return devicePathOf(eeprom(key).ioDev); }
-    /** The path of a store's device: a file's name, or the carrier board memory's node. */
     static QString devicePathOf(QIODevice *device);
 
-    /** The record discovery would write for @p unit: the board serials and the hardware facts. */
-    hmi::HwInfoHelper::Serials record(const QString &unit) const;
+    QString mac() const { return m_mac; }
+    QString comSerial() const { return m_comSerial; }
+    QString fpgaUid() const { return m_fpgaUid; }
+    /** The board serial of the carrier (cb) or beamformer (bf) board's descriptor; 0 when not known. */
+    uint boardSerial(const QString &key) const;
 
-    static bool isVoting(const QString &key);
-    static QString stateText(State state);
+    /**
+     * The record for @p unit with the board serials and the hardware facts, as discovery writes it; a fact
+     * that cannot be read now (a board that does not answer, no FPGA) keeps its value in @p existing.
+     */
+    hmi::HwInfoHelper::Serials record(const QString &unit, const QVariantMap &existing = QVariantMap()) const;
 
 private:
-    hmi::HwInfoHelper m_helper;
+    Q_DISABLE_COPY(UnitSurvey)
+
+    QObject m_deviceOwner;
+    QHash<QString, Eeprom> m_table;
     QList<Store> m_stores;
-    VoteCount m_votes;
+    hmi::SerialVote m_vote;
+    QString m_mac;
+    QString m_comSerial;
+    QString m_fpgaUid;
 };
 
 #endif
