@@ -8,6 +8,8 @@
 
 #include "qtestcompat.h"
 
+#include <algorithm>
+
 #include <sys/stat.h>
 
 using hmi::HwInfoHelper;
@@ -104,19 +106,26 @@ public:
         d->serials = Serials(QString(), 0, 0, "0a5f", "COM-0042", "00:11:22:33:44:55");
     }
 
-    /** What loading the store @p key logs; empty when it loads. */
-    QString failure(const QString &key) const
+    /** The cache file's record after a discovery that adopted @p adopted and read the boards' serials. */
+    static QByteArray cacheFrame(const QString &adopted, uint cb, uint bf)
     {
-        const QString what = memories[key];
-        return what == "blank"    ? ": is blank"
-            : what == "empty"     ? ": empty file"
-            : what == "corrupted" ? ": corrupted"
-            : what == "unseekable"
-            ? QString(": could not seek io device to specified offset(%1): device closed")
-                  .arg(d->eeproms[key].offset)
-            : faultsOf(what) & FakeDevice::ReadOpenFails
-            ? ": could not open io device for reading: no such file"
-            : QString();
+        return ROMStorage(recordMap(Serials(adopted, cb, bf, "0a5f", "COM-0042", "00:11:22:33:44:55")))
+            .frame();
+    }
+
+    /** Every store closed, read unbuffered, the cache written under the mask 003 and nothing else under it.
+     */
+    void verifyOpens() const
+    {
+        QCOMPARE(FakeDevice::creationMask(), testMask);
+        for (const QString &key : order) {
+            QVERIFY(!devices[key]->isOpen());
+            for (const auto &open : devices[key]->opens) {
+                QCOMPARE(open.second, open.first & QIODevice::WriteOnly ? mode_t(003) : testMask);
+                QVERIFY(open.first == QIODevice::WriteOnly
+                        || open.first == (QIODevice::ReadOnly | QIODevice::Unbuffered));
+            }
+        }
     }
 
     HwInfoHelper helper;
@@ -142,6 +151,12 @@ private Q_SLOTS:
     void construction();
     void discovery_data();
     void discovery();
+    void discoveryLog_data();
+    void discoveryLog();
+    void discoveryThrows_data();
+    void discoveryThrows();
+    void rediscovery_data();
+    void rediscovery();
 
 private:
     mode_t m_originalMask = 0;
@@ -216,120 +231,189 @@ void TestHwInfo::construction()
     QCOMPARE(thrownBy([&] { helper.unitSerial(); }), QString("something else"));
 }
 
+// Unit takes the memories; "errors" are the stores whose status is ERROR and "unit" for the unit level.
 void TestHwInfo::discovery_data()
 {
-    QTest::addColumn<QString>("memories"); // as Unit takes them
-    QTest::addColumn<QString>("candidates");
+    QTest::addColumn<QString>("memories");
+    QTest::addColumn<QStringList>("candidates");
     QTest::addColumn<QString>("adopted");
-    QTest::addColumn<QString>("errors"); // the stores, and "unit" for the unit level, whose status is ERROR
-    QTest::addColumn<QByteArray>("saveLog"); // what writing the cache file logs, or what leaves discover()
+    QTest::addColumn<uint>("bf");
+    QTest::addColumn<uint>("cb");
+    QTest::addColumn<QString>("errors");
 
     const QString healthy = "bf=I123456 cb=I123456 com=I123456";
-    const QString serial = "I123456";
-    // One vote each: the order of a vote table built the same way, as "bf" votes before "cb".
-    const QHash<QString, int> tie = mapOf<QHash<QString, int> >({ { "I111111", 1 }, { "I222222", 1 } });
-    dataRow("healthy unit", healthy, serial, serial, "", QByteArray());
-    dataRow("nothing anywhere", "ut=blank", "", "", "bf cb ut", QByteArray());
-    dataRow("mono-element board blank", healthy + " ut=blank", serial, serial, "ut", QByteArray());
-    dataRow("carrier board corrupted", "bf=I123456 cb=corrupted com=I123456", serial, serial, "cb",
-            QByteArray());
-    dataRow("two votes against one", "bf=I111111 cb=I111111 com=I222222", "I111111 I222222", "", "",
-            QByteArray());
-    dataRow("one vote each", "bf=I111111 cb=I222222", QStringList(tie.keys()).join(" "), "", "",
-            QByteArray());
-    dataRow("four votes", healthy + " file=I123456", serial, serial, "", QByteArray());
-    dataRow("cache alone", "file=I123456", serial, serial, "bf cb", QByteArray());
-    dataRow("boards without record", "bf=board cb=board com=I123456", serial, serial, "", QByteArray());
-    dataRow("COM module without record", "bf=I123456 com=board", serial, serial, "cb", QByteArray());
-    dataRow("serial of any form", "com=12", "12", "12", "bf cb", QByteArray());
+    const QStringList serial("I123456");
+    dataRow("healthy unit", healthy, serial, "I123456", 4711u, 815u, "");
+    dataRow("nothing anywhere", "ut=blank", QStringList(), "", 0u, 0u, "bf cb ut");
+    dataRow("mono-element board blank", healthy + " ut=blank", serial, "I123456", 4711u, 815u, "ut");
+    dataRow("carrier board corrupted", "bf=I123456 cb=corrupted com=I123456", serial, "I123456", 4711u, 0u,
+            "cb");
+    dataRow("two votes against one", "bf=I111111 cb=I111111 com=I222222",
+            QStringList({ "I111111", "I222222" }), "", 4711u, 815u, "");
+    dataRow("four votes", healthy + " file=I123456", serial, "I123456", 4711u, 815u, "");
+    dataRow("cache alone", "file=I123456", serial, "I123456", 0u, 0u, "bf cb");
+    dataRow("boards without record", "bf=board cb=board com=I123456", serial, "I123456", 4711u, 815u, "");
+    dataRow("COM module without record", "bf=I123456 com=board", serial, "I123456", 4711u, 0u, "cb");
+    dataRow("serial of any form", "com=12", QStringList("12"), "12", 0u, 0u, "bf cb");
     dataRow("memories that cannot be sought, hold nothing or no map",
-            "com=unseekable ut=empty bf=text cb=I123456", serial, serial, "ut", QByteArray());
-    dataRow(
-        "cache full", healthy + " file=full", serial, serial, "file unit",
-        QByteArray(
-            "error while saving .serial file: \"could not write record: no room left on the test device\" "));
-    dataRow("cache cannot be sought", healthy + " file=unseekable", serial, serial, "",
-            QByteArray("Error seeking \"Serials File\" eeprom ioDev: \"seek refused\" "));
-    dataRow("carrier board throws", "bf=I123456 cb=throws com=I123456", "", "", "",
-            QByteArray("std::exception: memory read failed"));
-    dataRow("cache throws", healthy + " file=throwing", "", "", "",
-            QByteArray("std::exception: memory write failed"));
-    dataRow("cache cannot be created", healthy + " file=unwritable", serial, serial, "",
-            QByteArray("Error opening \"Serials File\" eeprom ioDev: \"no such file\" "));
+            "com=unseekable ut=empty bf=text cb=I123456", serial, "I123456", 0u, 815u, "ut");
+    dataRow("cache full", healthy + " file=full", serial, "I123456", 4711u, 815u, "file unit");
+    dataRow("cache cannot be sought", healthy + " file=unseekable", serial, "I123456", 4711u, 815u, "");
+    dataRow("cache cannot be created", healthy + " file=unwritable", serial, "I123456", 4711u, 815u, "");
 }
 
 void TestHwInfo::discovery()
 {
     QFETCH(QString, memories);
-    QFETCH(QString, candidates);
+    QFETCH(QStringList, candidates);
     QFETCH(QString, adopted);
+    QFETCH(uint, bf);
+    QFETCH(uint, cb);
     QFETCH(QString, errors);
-    QFETCH(QByteArray, saveLog);
     Unit unit(memories);
-    hmi::HwInfoHelperPrivate *d = unit.d;
-    const QStringList failed = errors.split(' ', QOR_SKIP_EMPTY_PARTS);
-    const bool written = !adopted.isEmpty() && !unit.failure("file").isEmpty();
-    const bool critical = saveLog.startsWith("Error");
-    QList<QByteArray> debugLog;
-    for (const QString &key : unit.order) {
-        if (!unit.failure(key).isEmpty())
-            debugLog << "void hmi::HwInfoHelper::discover() \""
-                    + (d->eeproms[key].name + unit.failure(key)).toUtf8() + "\" ";
-    }
-    if (!saveLog.isEmpty() && !critical)
-        debugLog << saveLog;
-    // A board that was not read, or whose record is no map, has the serial 0.
-    const uint bf = unit.failure("bf").isEmpty() && unit.memories["bf"] != "text" ? 4711u : 0u;
-    const uint cb = unit.failure("cb").isEmpty() && unit.memories["cb"] != "text" ? 815u : 0u;
-    const QVariantMap cacheRecord
-        = recordMap(Serials(adopted, cb, bf, "0a5f", "COM-0042", "00:11:22:33:44:55"));
-    MessageLog log;
-    QSignalSpy firstSteps(&unit.helper, SIGNAL(progressCurStepChanged(int)));
+    QSignalSpy stepSpy(&unit.helper, SIGNAL(progressCurStepChanged(int)));
 
-    const QString thrown = thrownBy([&] { unit.helper.discover(); });
+    unit.helper.discover();
 
-    QCOMPARE(FakeDevice::creationMask(), testMask);
-    for (const QString &key : unit.order) {
-        QVERIFY(!unit.devices[key]->isOpen());
-        for (const auto &open : unit.devices[key]->opens) {
-            QCOMPARE(open.second, open.first & QIODevice::WriteOnly ? mode_t(003) : testMask);
-            QVERIFY(open.first == QIODevice::WriteOnly
-                    || open.first == (QIODevice::ReadOnly | QIODevice::Unbuffered));
-        }
-    }
-    if (saveLog.startsWith("std::exception")) { // leaves discover() at once
-        QCOMPARE(thrown.toUtf8(), saveLog);
-        const QString thrower = unit.memories.key("throws");
-        QCOMPARE(steps(firstSteps),
-                 QString("0 1 2 3 4 5 6").left(thrower.isEmpty() ? 11 : 2 * unit.order.indexOf(thrower) + 1));
-        return;
-    }
-    QCOMPARE(thrown, QString());
-    QCOMPARE(steps(firstSteps), QString("0 1 2 3 4 5 6"));
-    QCOMPARE(QStringList(unit.helper.probableSerials()).join(" "), candidates);
-    QCOMPARE(describe(d->serials.unit), describe(adopted.isEmpty() ? QString() : adopted));
+    unit.verifyOpens();
+    QCOMPARE(steps(stepSpy), QString("0 1 2 3 4 5 6"));
+    QCOMPARE(QStringList(unit.helper.probableSerials()), candidates);
+    QCOMPARE(describe(unit.d->serials.unit), describe(adopted.isEmpty() ? QString() : adopted));
     QCOMPARE(unit.helper.bfSerial(), bf);
     QCOMPARE(unit.helper.cbSerial(), cb);
-    for (const QString &key : unit.order) {
-        QCOMPARE(unit.helper.status(key), failed.contains(key) ? error : ok);
-        QCOMPARE(unit.devices[key]->opensWith(QIODevice::WriteOnly), int(key == "file" && written));
+    QStringList failed;
+    for (const QString &key : QStringList({ "bf", "cb", "com", "ut", "file", "unit" })) {
+        if ((key == "unit" ? unit.helper.status() : unit.helper.status(key)) == error)
+            failed << key;
     }
-    QCOMPARE(unit.helper.status(), failed.contains("unit") ? error : ok);
-    QCOMPARE(unit.helper.globalStatus(), failed.isEmpty() ? ok : error);
+    QCOMPARE(failed.join(" "), errors);
+    QCOMPARE(unit.helper.globalStatus(), errors.isEmpty() ? ok : error);
     QCOMPARE(thrownBy([&] { unit.helper.unitSerial(); }),
-             QString(failed.contains("unit") ? "something else" : ""));
-    QCOMPARE(log.texts(QtDebugMsg), debugLog);
-    QCOMPARE(log.texts(QtCriticalMsg), critical ? QList<QByteArray> { saveLog } : QList<QByteArray>());
-    QCOMPARE(log.entries.size(), debugLog.size() + int(critical));
-    FakeDevice *cache = unit.devices["file"];
-    if (written)
-        QCOMPARE(QVariantMap(d->eeproms["file"].descriptor), cacheRecord);
-    if (written && saveLog.isEmpty())
-        QCOMPARE(cache->data(), ROMStorage(cacheRecord).frame());
+             QString(errors.contains("unit") ? "something else" : ""));
+}
 
-    // A second discovery resets what the first left behind, reads the cache that it wrote, counts its vote
-    // once and writes nothing; each store's step comes before its load, with the status OK.
+// What a discovery logs: each store that does not load, as its name and reason, then what saving the cache
+// file logs (critical when the file cannot be opened or sought); and how often the cache is opened to write.
+void TestHwInfo::discoveryLog_data()
+{
+    QTest::addColumn<QString>("memories");
+    QTest::addColumn<QStringList>("loads");
+    QTest::addColumn<QByteArray>("save");
+    QTest::addColumn<QByteArray>("critical");
+    QTest::addColumn<QByteArray>("cache"); // its bytes afterwards, when they are written
+
+    const QString healthy = "bf=I123456 cb=I123456 com=I123456";
+    const QString noCache = "Serials File: could not open io device for reading: no such file";
+    const QByteArray written = Unit::cacheFrame("I123456", 815u, 4711u);
+    dataRow("healthy unit", healthy, QStringList({ noCache }), QByteArray(), QByteArray(), written);
+    dataRow("nothing anywhere", "ut=blank",
+            QStringList({ "Beamformer Board: is blank", "COM Module: is blank", "Carrier Board: is blank",
+                          "Mono-Element Board: is blank", noCache }),
+            QByteArray(), QByteArray(), QByteArray());
+    dataRow("carrier board corrupted", "bf=I123456 cb=corrupted com=I123456",
+            QStringList({ "Carrier Board: corrupted", noCache }), QByteArray(), QByteArray(),
+            Unit::cacheFrame("I123456", 0u, 4711u));
+    dataRow("two votes against one", "bf=I111111 cb=I111111 com=I222222", QStringList({ noCache }),
+            QByteArray(), QByteArray(), QByteArray());
+    dataRow("four votes", healthy + " file=I123456", QStringList(), QByteArray(), QByteArray(), QByteArray());
+    dataRow("memories that cannot be sought, hold nothing or no map",
+            "com=unseekable ut=empty bf=text cb=I123456",
+            QStringList({ "COM Module: could not seek io device to specified offset(256): device closed",
+                          "Mono-Element Board: empty file", noCache }),
+            QByteArray(), QByteArray(), Unit::cacheFrame("I123456", 815u, 0u));
+    dataRow("cache full", healthy + " file=full", QStringList({ noCache }),
+            QByteArray("error while saving .serial file: \"could not write record: no room left on the test "
+                       "device\" "),
+            QByteArray(), QByteArray());
+    dataRow("cache cannot be sought", healthy + " file=unseekable",
+            QStringList({ "Serials File: could not seek io device to specified offset(0): device closed" }),
+            QByteArray(), QByteArray("Error seeking \"Serials File\" eeprom ioDev: \"seek refused\" "),
+            QByteArray());
+    dataRow("cache cannot be created", healthy + " file=unwritable", QStringList({ noCache }), QByteArray(),
+            QByteArray("Error opening \"Serials File\" eeprom ioDev: \"no such file\" "), QByteArray());
+}
+
+void TestHwInfo::discoveryLog()
+{
+    QFETCH(QString, memories);
+    QFETCH(QStringList, loads);
+    QFETCH(QByteArray, save);
+    QFETCH(QByteArray, critical);
+    QFETCH(QByteArray, cache);
+    Unit unit(memories);
+    MessageLog log;
+
+    unit.helper.discover();
+
+    QList<QByteArray> debugLog = log.texts(QtDebugMsg);
+    QCOMPARE(save.isEmpty() ? QByteArray() : debugLog.takeLast(), save);
+    std::sort(debugLog.begin(), debugLog.end());
+    QList<QByteArray> expected;
+    for (const QString &load : loads)
+        expected << "void hmi::HwInfoHelper::discover() \"" + load.toUtf8() + "\" ";
+    QCOMPARE(debugLog, expected);
+    QCOMPARE(log.texts(QtCriticalMsg),
+             critical.isEmpty() ? QList<QByteArray>() : QList<QByteArray> { critical });
+    QCOMPARE(log.entries.size(), loads.size() + int(!save.isEmpty()) + int(!critical.isEmpty()));
+    if (!cache.isEmpty())
+        QCOMPARE(unit.devices["file"]->data(), cache);
+}
+
+// A store's device that throws ends discovery at once, after the steps of the stores before it.
+void TestHwInfo::discoveryThrows_data()
+{
+    QTest::addColumn<QString>("memories");
+    QTest::addColumn<QString>("thrower"); // the store whose step is the last one signalled; none: the save's
+    QTest::addColumn<QString>("thrown");
+
+    dataRow("carrier board throws reading", "bf=I123456 cb=throws com=I123456", "cb",
+            "std::exception: memory read failed");
+    dataRow("cache throws writing", "bf=I123456 cb=I123456 com=I123456 file=throwing", "",
+            "std::exception: memory write failed");
+}
+
+void TestHwInfo::discoveryThrows()
+{
+    QFETCH(QString, memories);
+    QFETCH(QString, thrower);
+    QFETCH(QString, thrown);
+    Unit unit(memories);
+    QSignalSpy stepSpy(&unit.helper, SIGNAL(progressCurStepChanged(int)));
+
+    QCOMPARE(thrownBy([&] { unit.helper.discover(); }), thrown);
+
+    unit.verifyOpens();
+    // The helper's own store order, that of its QHash, changes from process to process.
+    const int lastStep = thrower.isEmpty() ? 5 : unit.order.indexOf(thrower);
+    QCOMPARE(steps(stepSpy), QString("0 1 2 3 4 5 6").left(2 * lastStep + 1));
+}
+
+// A second discovery resets what the first left behind, reads the cache that the first wrote and counts its
+// vote once; each store's step comes before its load, with the status OK. "writes" counts the cache's opens
+// for writing in both.
+void TestHwInfo::rediscovery_data()
+{
+    QTest::addColumn<QString>("memories");
+    QTest::addColumn<QStringList>("candidates");
+    QTest::addColumn<int>("writes");
+
+    dataRow("cache written by the first", "bf=I123456 cb=I123456 com=I123456", QStringList("I123456"), 1);
+    dataRow("cache present", "bf=I123456 file=I123456", QStringList("I123456"), 0);
+    dataRow("cache full both times", "bf=I123456 cb=I123456 com=I123456 file=full", QStringList("I123456"),
+            2);
+    dataRow("no serial", "bf=I111111 cb=I111111 com=I222222", QStringList({ "I111111", "I222222" }), 0);
+}
+
+void TestHwInfo::rediscovery()
+{
+    QFETCH(QString, memories);
+    QFETCH(QStringList, candidates);
+    QFETCH(int, writes);
+    Unit unit(memories);
+    unit.helper.discover();
+    FakeDevice *cache = unit.devices["file"];
     cache->faults &= ~FakeDevice::Faults(FakeDevice::ReadOpenFails);
+    hmi::HwInfoHelperPrivate *d = unit.d;
     QStringList problems;
     IntSignalCallback onStepCount(&unit.helper, SIGNAL(progressStepCountChanged(int)), [&](int) {
         if (!d->serials.unit.isNull() || !d->probableSerials.isEmpty() || d->serials.bf || d->serials.cb
@@ -346,10 +430,8 @@ void TestHwInfo::discovery()
 
     QCOMPARE(steps(stepCount), QString("7"));
     QCOMPARE(problems, QStringList());
-    QCOMPARE(QStringList(unit.helper.probableSerials()).join(" "), candidates);
-    QCOMPARE(cache->opensWith(QIODevice::WriteOnly), written ? 1 + int(!saveLog.isEmpty()) : 0);
-    if (written && saveLog.isEmpty())
-        QCOMPARE(QVariantMap(d->eeproms["file"].descriptor), cacheRecord);
+    QCOMPARE(QStringList(unit.helper.probableSerials()), candidates);
+    QCOMPARE(cache->opensWith(QIODevice::WriteOnly), writes);
 }
 
 QTEST_GUILESS_MAIN(TestHwInfo)

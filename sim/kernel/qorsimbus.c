@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The hardware of a unit for the real-kernel test: i2c bus 0 with 24Cxx EEPROMs behind it (for the
+ * The hardware of a simulated unit on a real kernel: i2c bus 0 with 24Cxx EEPROMs behind it (for the
  * kernel's at24 driver), UIO device 0 with the FPGA's register page, and the carrier board's memory as
  * /dev/qorpic0. Every byte that crosses the simulated bus is counted, so the test can see how much a
  * discovery reads through the real drivers.
