@@ -9,23 +9,11 @@
 
 namespace {
 
+// The real unit's places, from the library's store table; nothing is read.
 QList<BackupSet::Place> unitPlaces()
 {
-    const char *const rows[][3] = { { "com", "/sys/bus/i2c/devices/0-0050/eeprom", "256" },
-                                    { "cb", "/dev/qorpic0", "0" },
-                                    { "bf", "/sys/bus/i2c/devices/0-0051/eeprom", "0" },
-                                    { "ut", "/sys/bus/i2c/devices/0-0055/eeprom", "0" },
-                                    { "file", "/var/local/qorhwinfo/serial.cache", "0" } };
-    QList<BackupSet::Place> places;
-    for (const auto &row : rows) {
-        BackupSet::Place place;
-        place.key = QLatin1String(row[0]);
-        place.device = QLatin1String(row[1]);
-        place.offset = QByteArray(row[2]).toInt();
-        place.room = place.key == QLatin1String("com") ? 384 : 131072;
-        places.append(place);
-    }
-    return places;
+    QObject owner;
+    return BackupSet::placesOf(hmi::HwInfoHelper::eepromsInit(&owner));
 }
 
 } // namespace

@@ -294,13 +294,20 @@ qint64 BackupSet::maxRootSize()
 
 QList<BackupSet::Place> BackupSet::placesOf(const UnitSurvey &survey)
 {
+    return placesOf(survey.table());
+}
+
+QList<BackupSet::Place> BackupSet::placesOf(const QHash<QString, hmi::HwInfoHelper::EEPROM> &table)
+{
+    QStringList keys = table.keys();
+    std::sort(keys.begin(), keys.end());
     QList<Place> places;
-    for (const UnitSurvey::Store &store : survey.stores()) {
+    for (const QString &key : keys) {
         Place place;
-        place.key = store.key;
-        place.device = survey.devicePath(store.key);
-        place.offset = survey.eeprom(store.key).offset;
-        place.room = StoreWriter::roomOf(survey.eeprom(store.key));
+        place.key = key;
+        place.device = UnitSurvey::devicePathOf(table.value(key).ioDev);
+        place.offset = table.value(key).offset;
+        place.room = StoreWriter::roomOf(table.value(key));
         places.append(place);
     }
     return places;

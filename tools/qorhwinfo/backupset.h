@@ -1,7 +1,10 @@
 #ifndef QORHWINFO_TOOL_BACKUPSET_H
 #define QORHWINFO_TOOL_BACKUPSET_H
 
+#include <qorhwinfo/hwinfohelper.h>
+
 #include <QByteArray>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -75,6 +78,8 @@ public:
     static BackupSet capture(const UnitSurvey &survey, const QStringList &keys, const QString &commandLine);
     /** Where this unit keeps each of its stores. */
     static QList<Place> placesOf(const UnitSurvey &survey);
+    /** Where a store table keeps each store, in the order of their keys; reads nothing. */
+    static QList<Place> placesOf(const QHash<QString, hmi::HwInfoHelper::EEPROM> &table);
 
     /** Saves the set as the new directory @p directory, whose parent must exist; fails if it exists. */
     bool saveNew(const QString &directory, QString *error) const;

@@ -55,6 +55,7 @@ public:
 
     /** The library's store of @p key, with its device, offset and room. */
     Eeprom eeprom(const QString &key) const { return m_table.value(key); }
+    QHash<QString, Eeprom> table() const { return m_table; }
     QString devicePath(const QString &key) const { return devicePathOf(eeprom(key).ioDev); }
     static QString devicePathOf(QIODevice *device);
 
