@@ -15,8 +15,6 @@ void Discovery::Observer::stepReached(int) { }
 
 void Discovery::Observer::storeLoaded(const QString &, const StoreLoad &) { }
 
-void Discovery::Observer::storeThrew(const QString &, const QString &) { }
-
 void Discovery::Observer::cacheWritten(CacheWrite, const QString &) { }
 
 Discovery::Discovery(QHash<QString, HwInfoHelper::EEPROM> &stores, HwInfoHelper::Serials &serials,
@@ -68,22 +66,13 @@ void Discovery::loadStores(Observer *observer)
         store.status = HwInfoHelper::OK;
         observer->stepReached(step);
         store.descriptor = DeviceDescriptor();
-        bool failed = true;
-        QString failure;
-        try {
-            const StoreLoad load(store);
-            failed = !load.succeeded();
-            if (failed)
-                failure = load.failureMessage(store.name);
-            else
-                store.descriptor = load.map();
-            observer->storeLoaded(it.key(), load);
-        } catch (QString &message) {
-            failure = message;
-            observer->storeThrew(it.key(), message);
-        }
-        if (failed) {
-            DebugMessage(QtDebugMsg) << "void hmi::HwInfoHelper::discover()" << failure;
+        const StoreLoad load(store);
+        if (load.succeeded())
+            store.descriptor = load.map();
+        observer->storeLoaded(it.key(), load);
+        if (!load.succeeded()) {
+            DebugMessage(QtDebugMsg) << "void hmi::HwInfoHelper::discover()"
+                                     << load.failureMessage(store.name);
             store.status |= HwInfoHelper::ERROR;
         }
     }

@@ -35,8 +35,6 @@ public:
         virtual void stepCountChanged(int stepCount);
         virtual void stepReached(int step);
         virtual void storeLoaded(const QString &key, const StoreLoad &load);
-        /** The store's device threw @p message while the frame was read. */
-        virtual void storeThrew(const QString &key, const QString &message);
         /** @p error is the device's or the write's error; empty when written or unchanged. */
         virtual void cacheWritten(CacheWrite outcome, const QString &error);
     };

@@ -62,12 +62,6 @@ void StoreLoad::read(const HwInfoHelper::EEPROM &store)
     }
 }
 
-bool StoreLoad::isUnreadable() const
-{
-    return m_content == Missing || m_content == OpenFailed || m_content == SeekFailed
-        || (m_content == Corrupted && !m_deviceError.isEmpty());
-}
-
 QString StoreLoad::unitSerial() const
 {
     return holdsRecord() ? m_map.value(QLatin1String(unitKey)).toString() : QString();

@@ -39,8 +39,6 @@ public:
     /** The frame was read and is valid, whether or not its map holds a record. */
     bool succeeded() const { return m_content == Record || m_content == NoRecord; }
     bool holdsRecord() const { return m_content == Record; }
-    /** The device could not be used at all: missing, not opened, not sought, or failing the read. */
-    bool isUnreadable() const;
     /** The payload map of a valid frame; empty otherwise. */
     QVariantMap map() const { return m_map; }
     /** The record's unit serial; a null QString when the store holds no record. */

@@ -53,12 +53,6 @@ public:
         store.deviceError = load.deviceError();
         problems.insert(key, store.problemText());
     }
-    void storeThrew(const QString &key, const QString &message) override
-    {
-        problems.insert(
-            key,
-            QString::fromLatin1("the %1 failed while it was read: %2").arg(m_table.value(key).name, message));
-    }
     void cacheWritten(hmi::Discovery::CacheWrite outcome, const QString &error) override
     {
         cache = outcome;

@@ -149,6 +149,8 @@ private Q_SLOTS:
     void record_data();
     void record();
     void construction();
+    void store_data();
+    void store();
     void discovery_data();
     void discovery();
     void discoveryLog_data();
@@ -229,6 +231,45 @@ void TestHwInfo::construction()
     hmi::HwInfoHelperPrivate::get(&helper)->probableSerials.append("I004217");
     QCOMPARE(helper.globalStatus(), error);
     QCOMPARE(thrownBy([&] { helper.unitSerial(); }), QString("something else"));
+}
+
+// A store's own load() and save() on the carrier board's memory: what load() throws, what save() logs.
+void TestHwInfo::store_data()
+{
+    QTest::addColumn<QString>("memory"); // as Unit takes it
+    QTest::addColumn<QString>("thrown");
+    QTest::addColumn<QByteArray>("critical");
+
+    dataRow("a record", "I123456", "", QByteArray());
+    dataRow("blank", "blank", "Carrier Board: is blank", QByteArray());
+    dataRow("cannot be opened", "unwritable",
+            "Carrier Board: could not open io device for reading: no such file",
+            QByteArray("Error opening \"Carrier Board\" eeprom ioDev: \"no such file\" "));
+    dataRow("cannot be sought", "unseekable",
+            "Carrier Board: could not seek io device to specified offset(0): device closed",
+            QByteArray("Error seeking \"Carrier Board\" eeprom ioDev: \"seek refused\" "));
+}
+
+void TestHwInfo::store()
+{
+    QFETCH(QString, memory);
+    QFETCH(QString, thrown);
+    QFETCH(QByteArray, critical);
+    Unit unit("cb=" + memory);
+    HwInfoHelper::EEPROM &store = unit.d->eeproms["cb"];
+    MessageLog log;
+
+    QCOMPARE(thrownBy([&] { store.load(); }), thrown);
+    QCOMPARE(hmi::DeviceDescriptor(store.descriptor).serial(), thrown.isEmpty() ? 815u : 0u);
+    const QByteArray before = unit.devices["cb"]->data();
+    store.descriptor = recordMap(fullRecord);
+    store.save();
+
+    QCOMPARE(log.texts(QtCriticalMsg),
+             critical.isEmpty() ? QList<QByteArray>() : QList<QByteArray> { critical });
+    QCOMPARE(unit.devices["cb"]->data(),
+             critical.isEmpty() ? ROMStorage(recordMap(fullRecord)).frame() : before);
+    QVERIFY(!unit.devices["cb"]->isOpen());
 }
 
 // Unit takes the memories; "errors" are the stores whose status is ERROR and "unit" for the unit level.
