@@ -21,6 +21,9 @@
         TestObject tc;                                                                                       \
         return QTest::qExec(&tc, argc, argv);                                                                \
     }
+#define QOR_SKIP(message) QSKIP(message, SkipSingle)
+#else
+#define QOR_SKIP(message) QSKIP(message)
 #endif
 
 /** A QMap or QHash from a braced list, which Qt 4's containers cannot take directly. */
