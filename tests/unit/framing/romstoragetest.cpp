@@ -80,12 +80,12 @@ void TestROMStorage::codec_data()
         QVariant(QVariantList() << 0u << 23u << 24u << 255u << 256u << 65535u << 65536u << UINT_MAX
                                 << Q_UINT64_C(0x100000000) << Q_UINT64_C(0xffffffffffffffff) << INT_MAX
                                 << Q_UINT64_C(7) << -1 << -24 << -25 << -256 << -257 << INT_MIN
-                                << qlonglong(INT_MIN) - 1 << qlonglong(LLONG_MIN) << qlonglong(-5)),
+                                << qlonglong(INT_MIN) - 1 << qlonglong(LLONG_MIN) << qlonglong(-5) << 0),
         QByteArray(
-            "95 00 17 1818 18ff 190100 19ffff 1a00010000 1affffffff 1b0000000100000000 1bffffffffffffffff "
-            "1a7fffffff 07 20 37 3818 38ff 390100 3a7fffffff 3a80000000 3b7fffffffffffffff 24"),
+            "96 00 17 1818 18ff 190100 19ffff 1a00010000 1affffffff 1b0000000100000000 1bffffffffffffffff "
+            "1a7fffffff 07 20 37 3818 38ff 390100 3a7fffffff 3a80000000 3b7fffffffffffffff 24 00"),
         "uint uint uint uint uint uint uint uint qulonglong qulonglong uint uint int int int int int int "
-        "qlonglong qlonglong int");
+        "qlonglong qlonglong int uint");
     dataRow("floats",
             QVariant(QVariantList() << 1.5 << -0.0 << 65504.0 << halfUnit << -3 * halfUnit
                                     << std::numeric_limits<double>::infinity() << nan << 65520.0 << 100000.0
