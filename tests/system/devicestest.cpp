@@ -8,6 +8,7 @@
 #include <qorutils/sysfsfile.h>
 #include <qorutils/uiodevice.h>
 
+#include "messagelog.h"
 #include "qtestcompat.h"
 
 #include <QTemporaryFile>
@@ -65,7 +66,11 @@ QString probePic()
                       .arg(QString::fromLatin1(QByteArray(data, qMax(0, int(got))).toHex()));
         report
             << QStringLiteral("beyond %1: %2").arg(device.seek(device.size() + 1)).arg(device.errorString());
-        report << QStringLiteral("opened again %1").arg(device.open(QIODevice::ReadOnly));
+        MessageLog log;
+        const bool again = device.open(QIODevice::ReadOnly);
+        report << QStringLiteral("opened again %1 (%2)")
+                      .arg(again)
+                      .arg(QString::fromUtf8(log.texts(QtWarningMsg).value(0)));
         device.close();
     }
     return report.join(QStringLiteral("; ")) + QStringLiteral("; ") + references(PicIODevice::devicePath());
@@ -122,26 +127,26 @@ void TestDevices::probes_data()
     QTest::newRow("pic") << "store cb blank-ff size=16" << QString()
         << "size 16, seek 4 1; wrote 6; wrote 2 near the end; -1 at the end: No space left on device; "
            "read 6 \"7265636f7264\"; beyond 0: Position 17 lies outside the carrier board memory (16 bytes); "
-           "opened again 0; mapped 0 open 0";
+           "opened again 0 (PicIODevice::open: device already open); mapped 0 open 0";
     QTest::newRow("pic, an empty file") << "store cb empty" << QString()
         << "size 0, seek 4 0; wrote -1; wrote -1 near the end; -1 at the end: No space left on device; "
-           "read 0 \"\"; beyond 0: Position 1 lies outside the carrier board memory (0 bytes); opened again 0; "
+           "read 0 \"\"; beyond 0: Position 1 lies outside the carrier board memory (0 bytes); opened again 0 (PicIODevice::open: device already open); "
            "mapped 0 open 0";
     // Character devices whose lseek(SEEK_END) answers 0 and whose fstat size is 0, like many drivers: the
     // driver shows where the memory ends.
     QTest::newRow("pic without a size, endless") << "store cb device /dev/zero" << QString()
         << "size 0, seek 4 1; wrote 6; wrote 4 near the end; 1 at the end: Unknown error; "
-           "read 6 \"000000000000\"; beyond 1: Unknown error; opened again 0; mapped 0 open 0";
+           "read 6 \"000000000000\"; beyond 1: Unknown error; opened again 0 (PicIODevice::open: device already open); mapped 0 open 0";
     QTest::newRow("pic without a size, at its end") << "store cb device /dev/null" << QString()
         << "size 0, seek 4 1; wrote 6; wrote 4 near the end; 1 at the end: Unknown error; "
-           "read 0 \"\"; beyond 1: Unknown error; opened again 0; mapped 0 open 0";
+           "read 0 \"\"; beyond 1: Unknown error; opened again 0 (PicIODevice::open: device already open); mapped 0 open 0";
     QTest::newRow("pic without a size, full") << "store cb device /dev/full" << QString()
         << "size 0, seek 4 1; wrote -1; wrote -1 near the end; -1 at the end: No space left on device; "
-           "read 6 \"000000000000\"; beyond 1: Unknown error; opened again 0; mapped 0 open 0";
+           "read 6 \"000000000000\"; beyond 1: Unknown error; opened again 0 (PicIODevice::open: device already open); mapped 0 open 0";
     // A driver that fails every read and write (FUSE's node, with no file system mounted).
     QTest::newRow("pic failing every transfer") << "store cb device /dev/fuse" << QString()
         << "size 0, seek 4 1; wrote -1; wrote -1 near the end; -1 at the end: Operation not permitted; "
-           "read -1 \"\"; beyond 1: Operation not permitted; opened again 0; mapped 0 open 0";
+           "read -1 \"\"; beyond 1: Operation not permitted; opened again 0 (PicIODevice::open: device already open); mapped 0 open 0";
     QTest::newRow("uio") << "fpga 0x12340a5f" << "0x1000\n"
         << "1 map, register deadbeef, mapped 2 open 1, then mapped 0 open 0, then Cannot map UIO map 0: its "
            "device is closed";
@@ -179,7 +184,16 @@ void TestDevices::closedDevices()
     QVERIFY(!pic.isSequential());
     QVERIFY(!pic.seek(0));
     QCOMPARE(pic.errorString(), QStringLiteral("The carrier board memory is not open"));
+    const QString notAppending
+        = QStringLiteral("The carrier board memory opens for reading and/or writing, not appending");
     QVERIFY(!pic.open(QIODevice::Append | QIODevice::WriteOnly));
+    QCOMPARE(pic.errorString(), notAppending);
+    QVERIFY(!pic.open(QIODevice::NotOpen));
+    QCOMPARE(pic.errorString(), notAppending);
+    if (!QFile::exists(PicIODevice::devicePath())) {
+        QVERIFY(!pic.open(QIODevice::ReadOnly));
+        QCOMPARE(pic.errorString(), QStringLiteral("No such file or directory"));
+    }
     QCOMPARE(thrownBy([] { hmi::UioDevice::Map().mmap(hmi::UioDevice::ReadOnly); }),
              QString("std::exception: Cannot map UIO map -1: its device is closed"));
 }

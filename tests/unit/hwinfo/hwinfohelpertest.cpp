@@ -2,6 +2,7 @@
 #include "hwinfohelper_p.h"
 #include "intsignalcallback.h"
 #include "messagelog.h"
+#include "serialvote.h"
 
 #include <qorutils/piciodevice.h>
 #include <qorutils/romstorage.h>
@@ -205,18 +206,24 @@ void TestHwInfo::construction()
     for (auto it = helper.eeproms().constBegin(); it != helper.eeproms().constEnd(); ++it) {
         const QFile *file = qobject_cast<QFile *>(it->ioDev);
         const QString device = file ? file->fileName() : qobject_cast<PicIODevice *>(it->ioDev) ? "PIC" : "?";
-        stores << QString("%1 %2 %3 %4 %5").arg(it.key(), it->name, device).arg(it->offset).arg(it->maxSize);
+        stores << QString("%1 %2 %3 %4 %5 %6")
+                      .arg(it.key(), it->name, device)
+                      .arg(it->offset)
+                      .arg(it->maxSize)
+                      .arg(hmi::SerialVote::isVoting(it.key()) ? "votes" : "-");
         QVERIFY(helper.status(it.key()) == ok && it->descriptor.isEmpty() && it->ioDev->parent() == &helper
                 && !it->ioDev->isOpen());
     }
     stores.sort();
     const QString eeprom = "/sys/bus/i2c/devices/0-00%1/eeprom";
-    QCOMPARE(
-        stores,
-        QStringList({ "bf Beamformer Board " + eeprom.arg(51) + " 0 2147483647",
-                      "cb Carrier Board PIC 0 2147483647", "com COM Module " + eeprom.arg(50) + " 256 384",
-                      "file Serials File /var/local/qorhwinfo/serial.cache 0 2147483647",
-                      "ut Mono-Element Board " + eeprom.arg(55) + " 0 2147483647" }));
+    QCOMPARE(stores,
+             QStringList({ "bf Beamformer Board " + eeprom.arg(51) + " 0 2147483647 votes",
+                           "cb Carrier Board PIC 0 2147483647 votes",
+                           "com COM Module " + eeprom.arg(50) + " 256 384 votes",
+                           "file Serials File /var/local/qorhwinfo/serial.cache 0 2147483647 votes",
+                           "ut Mono-Element Board " + eeprom.arg(55) + " 0 2147483647 -" }));
+    const HwInfoHelper::EEPROM unset;
+    QVERIFY(!unset.ioDev && unset.offset == 0 && unset.maxSize == 0 && unset.status == error);
     QCOMPARE(helper.cbSerial() + helper.bfSerial(), 0u);
     QCOMPARE(helper.globalStatus(), ok);
     QVERIFY(helper.probableSerials().isEmpty() && helper.unitSerial().isNull());
