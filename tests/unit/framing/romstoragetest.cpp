@@ -158,6 +158,8 @@ void TestROMStorage::referenceFrame()
     QVERIFY(full.open(QIODevice::WriteOnly) && null.open(QIODevice::WriteOnly));
     QCOMPARE(thrownBy([&] { ROMStorage(record).saveTo(device, frame.size() - 1); }),
              QString("record needs 94 bytes but only 93 fit"));
+    QCOMPARE(thrownBy([&] { ROMStorage(record).saveTo(device, -1); }),
+             QString("record needs 94 bytes but only 0 fit"));
     QCOMPARE(thrownBy([&] { ROMStorage(record).saveTo(full, frame.size()); }),
              QString("could not write record to /dev/full: No space left on device"));
     QCOMPARE(ROMStorage(record).saveTo(null, frame.size()), frame.size());
@@ -191,6 +193,8 @@ void TestROMStorage::reading_data()
     dataRow("erased", QByteArray(384, '\xff'), 0, -1, "blank", 12);
     dataRow("zeroed header only", QByteArray(12, '\0'), 0, -1, "blank", 12);
     dataRow("erased but short", QByteArray(11, '\xff'), 0, -1, "corrupted", 11);
+    dataRow("erased but for the first byte", QByteArray(1, '\0') + QByteArray(383, '\xff'), 0, -1,
+            "corrupted", 12);
     dataRow("mixed fill", QByteArray(6, '\xff') + QByteArray(6, '\0'), 0, -1, "corrupted", 12);
     dataRow("unknown version", HostileFrames::frame("\xa0", QByteArray("QROM\x09\x00", 6)), 0, -1,
             "corrupted", 12);
