@@ -194,6 +194,7 @@ void TestDevices::closedDevices()
         QVERIFY(!pic.open(QIODevice::ReadOnly));
         QCOMPARE(pic.errorString(), QStringLiteral("No such file or directory"));
     }
+    QVERIFY(hmi::UioDevice::Map().index() == -1 && hmi::UioDevice::Map().size() == 0);
     QCOMPARE(thrownBy([] { hmi::UioDevice::Map().mmap(hmi::UioDevice::ReadOnly); }),
              QString("std::exception: Cannot map UIO map -1: its device is closed"));
 }
